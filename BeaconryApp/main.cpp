@@ -1,0 +1,68 @@
+#include "BeaconryApp/AppDelegate.h"
+#include "BeaconryApp/CommandLine.h"
+
+#include "BeaconryKit/platform/DescriptorLimit.h"
+#include "BeaconryKit/service/ServerPort.h"
+
+#include <QGuiApplication>
+#include <QQuickWindow>
+
+#include <cstdio>
+
+namespace {
+
+/// Makes the toolkit fall through to running without a display instead of aborting. X11 comes first where both are
+/// offered: only there the panel can place itself above everything.
+void choosePlatform() {
+#if defined(Q_OS_LINUX)
+    if (qEnvironmentVariableIsSet("QT_QPA_PLATFORM"))
+        return;
+    QByteArrayList platforms;
+    if (!qEnvironmentVariableIsEmpty("DISPLAY"))
+        platforms << "xcb";
+    if (!qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY"))
+        platforms << "wayland";
+    platforms << "offscreen";
+    qputenv("QT_QPA_PLATFORM", platforms.join(';'));
+#endif
+}
+
+pelorin::Display findDisplay(bool platformWasChosenByUser) {
+    if (platformWasChosenByUser || QGuiApplication::platformName() != QLatin1String("offscreen"))
+        return pelorin::Display::present;
+    std::fputs("pelorin: no display was found; hooks are served without a panel.\n", stderr);
+    return pelorin::Display::absent;
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    QStringList arguments;
+    for (int index = 0; index < argc; ++index)
+        arguments << QString::fromLocal8Bit(argv[index]);
+    if (const auto answer = pelorin::answerCommandLine(arguments)) {
+        std::fputs(qUtf8Printable(answer->text), answer->exitStatus == 0 ? stdout : stderr);
+        return answer->exitStatus;
+    }
+
+    const bool platformWasChosenByUser = qEnvironmentVariableIsSet("QT_QPA_PLATFORM");
+    choosePlatform();
+    // The panel is small and still most of the time: drawing it in software costs a third of a GPU context's memory.
+    QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
+    QGuiApplication application(argc, argv);
+    QGuiApplication::setApplicationName(QStringLiteral("Pelorin"));
+    QGuiApplication::setApplicationVersion(QStringLiteral(PELORIN_VERSION));
+    // The application lives on when its last window is hidden.
+    QGuiApplication::setQuitOnLastWindowClosed(false);
+    pelorin::raiseDescriptorLimit();
+
+    const auto dispatch = pelorin::makeSystemDispatch();
+    const auto defaults = pelorin::makeStandardUserDefaults();
+    pelorin::AppDelegate delegate(*dispatch, *defaults);
+    const quint16 port = pelorin::serverPort(qgetenv(pelorin::serverPortVariable));
+    if (const auto alert = delegate.start(port, findDisplay(platformWasChosenByUser))) {
+        std::fprintf(stderr, "%s\n%s\n", qUtf8Printable(alert->messageText), qUtf8Printable(alert->informativeText));
+        return 1;
+    }
+    return QGuiApplication::exec();
+}

@@ -1,0 +1,229 @@
+#include "BeaconryKit/interface/panel/NotchPanelController.h"
+
+#include "BeaconryKit/interface/InterfaceEngine.h"
+#include "BeaconryKit/interface/panel/SystemPanelScreens.h"
+
+#include <QLoggingCategory>
+#include <QQmlComponent>
+#include <QQmlEngine>
+#include <QQuickItem>
+
+#include <algorithm>
+#include <utility>
+
+namespace pelorin {
+
+namespace {
+
+Q_LOGGING_CATEGORY(logPanel, "pelorin.panel", QtInfoMsg)
+
+// The panel hangs over the user's work: a part of the screen stays free of it, however much is waiting.
+constexpr double largestShareOfScreen = 0.8;
+
+template <class Operation>
+Task guarded(const std::shared_ptr<NotchPanelController*>& self, Operation operation) {
+    return [weak = std::weak_ptr(self), operation] {
+        if (const auto alive = weak.lock())
+            operation(**alive);
+    };
+}
+
+} // namespace
+
+PanelSurroundings makePanelSurroundings(std::shared_ptr<QQmlEngine> engine) {
+    return {std::make_unique<SystemPanelScreens>(), makePanelPlatform(),
+            engine ? std::move(engine) : makeInterfaceEngine()};
+}
+
+NotchPanelController::NotchPanelController(AskStore& store, NotifierSettings& settings, Dispatch& dispatch,
+                                           ActionHandler onAction, PanelSurroundings surroundings)
+    : m_surroundings(std::move(surroundings)),
+      m_facade(m_asks),
+      m_panel(std::make_unique<NotchPanel>(*m_surroundings.platform)),
+      m_store(store),
+      m_settings(settings),
+      m_dispatch(dispatch),
+      m_onAction(std::move(onAction)),
+      m_self(std::make_shared<NotchPanelController*>(this)) {
+    QQmlEngine::setObjectOwnership(&m_asks, QQmlEngine::CppOwnership);
+    QQmlEngine::setObjectOwnership(&m_facade, QQmlEngine::CppOwnership);
+    QQmlComponent component(m_surroundings.engine.get(), QUrl(QStringLiteral("qrc:/Pelorin/panel/PanelContent.qml")));
+    m_hosting.reset(qobject_cast<QQuickItem*>(
+        component.createWithInitialProperties({{QStringLiteral("panel"), QVariant::fromValue(&m_facade)}})));
+    if (!m_hosting)
+        qFatal("The panel's content is broken: %s", qPrintable(component.errorString()));
+    QQmlEngine::setObjectOwnership(m_hosting.get(), QQmlEngine::CppOwnership);
+    m_panel->setContent(m_hosting.get());
+
+    // The list that the signal carries is not wanted: handing it on to a later turn would keep a copy for each change.
+    m_cancellable = connect(&m_store, &AskStore::asksWillChange, this, [this] { scheduleLater(Later::follow); });
+    connect(&m_settings, &NotifierSettings::decisionWaitSecondsWillChange, this,
+            [this] { scheduleLater(Later::follow); });
+    connect(m_surroundings.screens.get(), &PanelScreens::changed, this, [this] { scheduleLater(Later::follow); });
+    connect(m_hosting.get(), &QQuickItem::implicitWidthChanged, this, [this] { scheduleLater(Later::layOut); });
+    connect(m_hosting.get(), &QQuickItem::implicitHeightChanged, this, [this] { scheduleLater(Later::layOut); });
+    connect(m_panel.get(), &NotchPanel::withdrawn, this, &NotchPanelController::finishHiding);
+    connect(m_panel.get(), &NotchPanel::escapePressed, this, &NotchPanelController::giveKeysBack);
+    connect(m_panel.get(), &QWindow::activeChanged, this, [this] {
+        // The user has gone to another window.
+        if (!m_panel->isActive())
+            giveKeysBack();
+    });
+    connect(&m_facade, &PanelFacade::acted, this, &NotchPanelController::report);
+    connect(&m_facade, &PanelFacade::keysWanted, this, &NotchPanelController::takeKeys);
+    connect(&m_facade, &PanelFacade::keysReturned, this, &NotchPanelController::giveKeysBack);
+    connect(&m_facade, &PanelFacade::rowPlaced, this, [this](const QString& askId, double place) {
+        m_asks.setPlace(askId, place, settledMoment());
+        scheduleArming();
+    });
+    scheduleLater(Later::follow);
+}
+
+NotchPanelController::~NotchPanelController() {
+    disconnect(m_cancellable);
+    // The scene refers to the facade and the model to its end.
+    m_panel->disconnect(this);
+    m_facade.disconnect(this);
+    m_hosting.reset();
+    m_panel.reset();
+}
+
+void NotchPanelController::setSilenced(bool silenced) {
+    m_silenced = silenced;
+    follow();
+}
+
+void NotchPanelController::scheduleLater(Later what) {
+    m_followsLater = m_followsLater || what == Later::follow;
+    if (std::exchange(m_isScheduled, true))
+        return;
+    m_dispatch.mainQueue().async(guarded(m_self, [](NotchPanelController& self) { self.runLater(); }));
+}
+
+void NotchPanelController::runLater() {
+    m_isScheduled = false;
+    if (std::exchange(m_followsLater, false))
+        follow();
+    else if (m_panel->phase() == NotchPanel::Phase::shown)
+        layoutAndShow();
+}
+
+void NotchPanelController::follow() {
+    if (m_silenced || m_store.asks().isEmpty()) {
+        // The rows stay while they fade.
+        hide();
+        return;
+    }
+    m_asks.setCountdown(m_settings.decisionWaitSeconds(), m_dispatch.now());
+    m_asks.sync(m_store.asks(), settledMoment());
+    if (!m_facade.typingRow().isEmpty() && !m_asks.ask(m_facade.typingRow()))
+        giveKeysBack();
+    layoutAndShow();
+    scheduleArming();
+    refreshCountdown();
+}
+
+void NotchPanelController::layoutAndShow() {
+    const std::optional<PanelScreen> screen = targetScreen(m_surroundings.screens->screens());
+    if (!screen) {
+        hide();
+        return;
+    }
+    m_facade.setBounds(screen->topInset, screen->frame.height() * largestShareOfScreen);
+    m_panelWidth = panelFrame(*screen, {m_hosting->implicitWidth(), 0}).width();
+    m_hosting->setProperty("layoutWidth", m_panelWidth);
+    QMetaObject::invokeMethod(m_hosting.get(), "layOut");
+    const QRect frame = panelFrame(*screen, {m_hosting->implicitWidth(), m_hosting->implicitHeight()});
+    const bool appears = m_panel->phase() != NotchPanel::Phase::shown;
+    if (appears || m_panel->frame().topLeft() != frame.topLeft())
+        m_asks.disarmAll(settledMoment());
+    m_panel->present(*screen, frame);
+    if (appears) {
+        scheduleArming();
+        refreshCountdown();
+    }
+}
+
+void NotchPanelController::hide() {
+    if (m_panel->phase() != NotchPanel::Phase::shown)
+        return;
+    giveKeysBack();
+    // What fades takes no clicks any more.
+    m_asks.disarmAll(AskListModel::Moment::max());
+    m_countdownTimer.reset();
+    m_panel->withdraw();
+}
+
+void NotchPanelController::finishHiding() {
+    // While silenced the rows stay as they are, with what the user has typed there.
+    if (m_store.asks().isEmpty())
+        m_asks.sync({}, settledMoment());
+}
+
+void NotchPanelController::report(const QString& askId, const AskAction& action) {
+    const AskRow seen = m_asks.ask(askId);
+    const AskList& asks = m_store.asks();
+    const auto current = std::ranges::find_if(asks, [&](const AskRow& row) { return row->id() == askId; });
+    // The row has been answered on this very turn, and the panel does not know it yet.
+    if (!seen || current == asks.end()) {
+        qCDebug(logPanel) << "An action came too late for" << askId;
+        return;
+    }
+    if (std::holds_alternative<AskAction::Option>(action.value) && seen->options != (*current)->options) {
+        qCDebug(logPanel) << "The options are no longer those that were picked from:" << askId;
+        return;
+    }
+    // The handler may withdraw the row from the store, so it gets a copy.
+    m_onAction(AskEvent(**current), action);
+}
+
+void NotchPanelController::takeKeys(const QString& askId) {
+    if (m_panel->phase() != NotchPanel::Phase::shown)
+        return;
+    const bool hasKeys = !m_facade.typingRow().isEmpty();
+    m_facade.setTypingRow(askId);
+    if (!hasKeys)
+        m_surroundings.platform->takeKeys(*m_panel);
+}
+
+void NotchPanelController::giveKeysBack() {
+    if (m_facade.typingRow().isEmpty())
+        return;
+    m_facade.setTypingRow({});
+    m_surroundings.platform->giveKeysBack(*m_panel);
+}
+
+void NotchPanelController::refreshCountdown() {
+    if (m_panel->phase() != NotchPanel::Phase::shown || !m_asks.isCountingDown()) {
+        m_countdownTimer.reset();
+        return;
+    }
+    if (m_countdownTimer)
+        return;
+    m_countdownTimer = m_dispatch.mainQueue().every(countdownInterval, guarded(m_self, [](NotchPanelController& self) {
+                                                        self.m_asks.setCountdown(self.m_settings.decisionWaitSeconds(),
+                                                                                 self.m_dispatch.now());
+                                                        self.refreshCountdown();
+                                                    }));
+}
+
+void NotchPanelController::scheduleArming() {
+    if (m_isArmingScheduled)
+        return;
+    const auto now = m_dispatch.monotonicNow();
+    const auto next = m_asks.arm(now);
+    // Rows of a panel that leaves are never due.
+    if (!next || *next == AskListModel::Moment::max())
+        return;
+    m_isArmingScheduled = true;
+    m_dispatch.mainQueue().asyncAfter(*next - now, guarded(m_self, [](NotchPanelController& self) {
+        self.m_isArmingScheduled = false;
+        self.scheduleArming();
+    }));
+}
+
+AskListModel::Moment NotchPanelController::settledMoment() const {
+    return m_dispatch.monotonicNow() + settleTime;
+}
+
+} // namespace pelorin

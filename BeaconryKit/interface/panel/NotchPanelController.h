@@ -1,0 +1,105 @@
+#pragma once
+
+#include "BeaconryKit/interface/panel/AskListModel.h"
+#include "BeaconryKit/interface/panel/NotchPanel.h"
+#include "BeaconryKit/interface/panel/PanelFacade.h"
+#include "BeaconryKit/interface/panel/PanelPlatform.h"
+#include "BeaconryKit/interface/panel/PanelScreens.h"
+#include "BeaconryKit/model/AskAction.h"
+#include "BeaconryKit/platform/Dispatch.h"
+#include "BeaconryKit/service/AskStore.h"
+#include "BeaconryKit/sessions/NotifierSettings.h"
+
+#include <QMetaObject>
+#include <QObject>
+
+#include <functional>
+#include <memory>
+
+class QQmlEngine;
+class QQuickItem;
+
+namespace pelorin {
+
+/// What the panel needs of the system that it runs on.
+struct PanelSurroundings {
+    std::unique_ptr<PanelScreens> screens;
+    std::unique_ptr<PanelPlatform> platform;
+    /// Of `makeInterfaceEngine`; may be shared with other windows.
+    std::shared_ptr<QQmlEngine> engine;
+};
+
+/// The real ones. Nothing given as the engine: a new one.
+PanelSurroundings makePanelSurroundings(std::shared_ptr<QQmlEngine> engine = nullptr);
+
+/// Shows the asks of a store in the panel that hangs from the top of the screen, as long as there are any, and reports
+/// what the user does to them. Lives on the main thread for as long as the application; owned by the delegate.
+class NotchPanelController final : public QObject {
+    Q_OBJECT
+
+public:
+    /// Called on the main thread with the ask as the store holds it.
+    using ActionHandler = std::function<void(const AskEvent& ask, const AskAction& action)>;
+
+    /// How long a row that came, moved or changed its answers takes no clicks: whoever was about to click there meant
+    /// something else.
+    static constexpr std::chrono::milliseconds settleTime{400};
+    static constexpr std::chrono::seconds countdownInterval{1};
+
+    /// The store, the settings and the dispatch must outlive the controller. What is in the store already is shown on a
+    /// later turn.
+    NotchPanelController(AskStore& store, NotifierSettings& settings, Dispatch& dispatch, ActionHandler onAction,
+                         PanelSurroundings surroundings = makePanelSurroundings());
+    ~NotchPanelController() override;
+
+    bool silenced() const { return m_silenced; }
+    /// Hides the panel and keeps it hidden, or shows it again if there are asks; at once.
+    void setSilenced(bool silenced);
+
+    /// Lays the content out anew and brings the panel to the place that fits it. Nothing without a screen.
+    void layoutAndShow();
+
+    /// Fades the panel out; nothing unless it is shown.
+    void hide();
+
+    NotchPanel& panel() { return *m_panel; }
+    /// What the panel shows.
+    QQuickItem& hosting() { return *m_hosting; }
+    AskListModel& asks() { return m_asks; }
+
+private:
+    enum class Later { follow, layOut };
+
+    void scheduleLater(Later what);
+    void runLater();
+    void follow();
+    void finishHiding();
+    void report(const QString& askId, const AskAction& action);
+    void takeKeys(const QString& askId);
+    void giveKeysBack();
+    void refreshCountdown();
+    void scheduleArming();
+    AskListModel::Moment settledMoment() const;
+
+    PanelSurroundings m_surroundings;
+    AskListModel m_asks;
+    PanelFacade m_facade;
+    std::unique_ptr<NotchPanel> m_panel;
+    std::unique_ptr<QQuickItem> m_hosting;
+    AskStore& m_store;
+    QMetaObject::Connection m_cancellable;
+    int m_panelWidth = minimumPanelWidth;
+    bool m_silenced = false;
+
+    NotifierSettings& m_settings;
+    Dispatch& m_dispatch;
+    ActionHandler m_onAction;
+    bool m_isScheduled = false;
+    bool m_followsLater = false;
+    bool m_isArmingScheduled = false;
+    std::unique_ptr<RepeatingTimer> m_countdownTimer;
+    // Tasks on the main queue hold this weakly: they may outlive the controller.
+    std::shared_ptr<NotchPanelController*> m_self;
+};
+
+} // namespace pelorin

@@ -1,0 +1,43 @@
+#pragma once
+
+#include <memory>
+
+class QWindow;
+
+namespace pelorin {
+
+/// What differs between windowing systems about a window that hangs over everything and keeps its hands off the
+/// keyboard. Lives on the main thread.
+class PanelPlatform {
+public:
+    virtual ~PanelPlatform() = default;
+    PanelPlatform() = default;
+    PanelPlatform(const PanelPlatform&) = delete;
+    PanelPlatform& operator=(const PanelPlatform&) = delete;
+
+    /// Called before the window is shown, each time.
+    virtual void prepare(QWindow& window) = 0;
+
+    /// Whether transparent pixels of a window show what lies beneath. Without it they are black.
+    virtual bool isCompositing() const = 0;
+
+    /// Lets the window have the keyboard, and remembers who had it.
+    virtual void takeKeys(QWindow& window) = 0;
+
+    /// Keeps the window off the keyboard again, and gives it back to whoever had it, unless somebody else has taken it
+    /// meanwhile.
+    virtual void giveKeysBack(QWindow& window) = 0;
+};
+
+/// The one for the windowing system that the application object runs on.
+std::unique_ptr<PanelPlatform> makePanelPlatform();
+
+/// The properties of the panel's window where the windowing system is AppKit.
+struct PanelWindowProperties {
+    /// The status windows' level: above normal windows and the menu bar's content.
+    static constexpr int level = 25;
+    /// Joins all spaces (1), stationary (16), allowed beside full-screen windows (256).
+    static constexpr unsigned collectionBehaviour = 273;
+};
+
+} // namespace pelorin

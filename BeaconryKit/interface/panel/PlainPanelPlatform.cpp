@@ -1,0 +1,23 @@
+#include "BeaconryKit/interface/panel/PlainPanelPlatform.h"
+
+#include <QWindow>
+
+namespace pelorin {
+
+void PlainPanelPlatform::prepare(QWindow&) {
+}
+
+bool PlainPanelPlatform::isCompositing() const {
+    return true;
+}
+
+void PlainPanelPlatform::takeKeys(QWindow& window) {
+    window.setFlag(Qt::WindowDoesNotAcceptFocus, false);
+    window.requestActivate();
+}
+
+void PlainPanelPlatform::giveKeysBack(QWindow& window) {
+    window.setFlag(Qt::WindowDoesNotAcceptFocus, true);
+}
+
+} // namespace pelorin

@@ -1,0 +1,16 @@
+#pragma once
+
+#include "BeaconryKit/interface/panel/PanelPlatform.h"
+
+namespace pelorin {
+
+/// What the toolkit can do by itself, on windowing systems that need or allow no more.
+class PlainPanelPlatform final : public PanelPlatform {
+public:
+    void prepare(QWindow& window) override;
+    bool isCompositing() const override;
+    void takeKeys(QWindow& window) override;
+    void giveKeysBack(QWindow& window) override;
+};
+
+} // namespace pelorin

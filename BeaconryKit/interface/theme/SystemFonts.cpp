@@ -1,0 +1,18 @@
+#include "BeaconryKit/interface/theme/SystemFonts.h"
+
+#include <QFontDatabase>
+#include <QFontInfo>
+#include <QGuiApplication>
+
+namespace pelorin {
+
+QString SystemFonts::fixedFamily() const {
+    return QFontDatabase::systemFont(QFontDatabase::FixedFont).family();
+}
+
+double SystemFonts::textSize() const {
+    // The font itself may be given in pixels; what was found for it always knows its points.
+    return QFontInfo(QGuiApplication::font()).pointSizeF();
+}
+
+} // namespace pelorin

@@ -1,0 +1,54 @@
+pragma Singleton
+import QtQuick
+import Pelorin
+
+// The one place for colours, fonts and distances. The panel is always dark; a window picks the set that suits it.
+QtObject {
+    readonly property ColorSet dark: ColorSet {
+        background: "#0b0b0e"
+        surface: "#18181d"
+        surfaceHovered: "#24242b"
+        hairline: "#24ffffff"
+        text: "#f4f4f7"
+        secondaryText: "#a6a6b0"
+        tertiaryText: "#747480"
+        accent: "#5aa9ff"
+        allow: "#3fcf6e"
+        deny: "#ff5d57"
+        yellow: "#ffd93b"
+        orange: "#ff9b3d"
+    }
+    readonly property ColorSet light: ColorSet {
+        background: "#f6f6f8"
+        surface: "#ffffff"
+        surfaceHovered: "#ececf0"
+        hairline: "#1f000000"
+        text: "#18181c"
+        secondaryText: "#5c5c66"
+        tertiaryText: "#8a8a94"
+        accent: "#1273de"
+        allow: "#1f9d4c"
+        deny: "#d93a34"
+        yellow: "#b88a00"
+        orange: "#c96a00"
+    }
+
+    // The system's own size is the measure, so that a user who set larger text gets larger text here.
+    readonly property real textSize: SystemFonts.textSize
+    readonly property real smallTextSize: textSize * 0.88
+    readonly property real codeSize: textSize * 0.92
+    readonly property real countdownSize: 9
+    readonly property string codeFamily: SystemFonts.fixedFamily
+
+    readonly property int margin: 16
+    readonly property int gap: 8
+    readonly property int smallGap: 5
+    readonly property int radius: 9
+
+    readonly property int hoverDuration: 120
+    readonly property int moveDuration: 180
+
+    function faded(color: color, opacity: real): color {
+        return Qt.rgba(color.r, color.g, color.b, color.a * opacity);
+    }
+}

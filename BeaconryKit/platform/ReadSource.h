@@ -1,0 +1,35 @@
+#pragma once
+
+#include "BeaconryKit/platform/Dispatch.h"
+#include "BeaconryKit/platform/FileDescriptor.h"
+
+#include <memory>
+
+namespace pelorin {
+
+/// Runs a task on a queue whenever a descriptor has something to read, its end or an error included. At most one run is
+/// under way or waiting at any time, so that a slow task slows down the reading instead of piling up work. Destroying
+/// the source cancels it: no run starts after that, but one that has begun may still be under way. The source may be
+/// destroyed on any thread, by its own task too; it must be destroyed before its queue.
+class ReadSource {
+public:
+    /// Starts watching. The descriptor stays open as long as it is watched, which ends soon after the source does.
+    /// Nothing when the system has no more descriptors or threads.
+    static std::unique_ptr<ReadSource> start(std::shared_ptr<const FileDescriptor> descriptor, TaskQueue& queue,
+                                             Task onReadable);
+
+    ~ReadSource();
+    ReadSource(const ReadSource&) = delete;
+    ReadSource& operator=(const ReadSource&) = delete;
+
+private:
+    struct State;
+
+    explicit ReadSource(std::shared_ptr<State> state);
+    static void watch(const std::shared_ptr<State>& state, int descriptor);
+    static void deliver(const std::shared_ptr<State>& state);
+
+    std::shared_ptr<State> m_state;
+};
+
+} // namespace pelorin

@@ -1,0 +1,243 @@
+#include "BeaconryKit/relay/RelaySocket.h"
+
+#include "BeaconryKit/model/Blanks.h"
+#include "BeaconryKit/platform/Guarded.h"
+#include "BeaconryKit/platform/Overloaded.h"
+#include "BeaconryKit/relay/RelayMessages.h"
+
+#include <atomic>
+#include <utility>
+#include <vector>
+
+namespace pelorin {
+
+// Timers and receivers hold it weakly. Nothing foreign is called under its lock.
+class RelaySocket::Core : public std::enable_shared_from_this<Core> {
+public:
+    Core(Dispatch& dispatch, SocketTransport& transport, Callbacks callbacks)
+        : m_dispatch(dispatch), m_transport(transport), m_callbacks(std::move(callbacks)) {}
+
+    void start() {
+        m_state.with([](State& state) { state.stopped = false; });
+        connect();
+    }
+
+    void stop() {
+        // Their ends say no more to anybody, so they are destroyed after the lock is released.
+        std::vector<TaskPointer> forgotten;
+        const TaskPointer task = m_state.with([&](State& state) {
+            state.stopped = true;
+            forgotten.swap(state.forgotten);
+            return std::exchange(state.task, nullptr);
+        });
+        close(task);
+    }
+
+    void reconnect() {
+        close(m_state.with([](State& state) { return std::exchange(state.task, nullptr); }));
+        if (!m_state.with([](const State& state) { return state.stopped; }))
+            connect();
+    }
+
+    void sendHello() {
+        const auto terminal = m_callbacks.termEnabled() ? PhoneTerminal::enabled : PhoneTerminal::disabled;
+        if (const TaskPointer task = currentTask())
+            task->send(relayHello(terminal));
+    }
+
+    void sendTermOut(const QString& text) {
+        if (const TaskPointer task = currentTask())
+            task->send(relayTerminalOutput(text));
+    }
+
+    bool isConnected() const { return m_isConnected; }
+
+private:
+    using TaskPointer = std::shared_ptr<SocketTask>;
+
+    struct State {
+        TaskPointer task;
+        std::vector<TaskPointer> forgotten;
+        bool stopped = false;
+        bool reconnectIsDue = false;
+    };
+
+    TaskPointer currentTask() {
+        return m_state.with([](const State& state) { return state.task; });
+    }
+
+    void close(const TaskPointer& task) {
+        m_isConnected = false;
+        if (task)
+            task->cancel(SocketCloseCode::goingAway);
+    }
+
+    std::optional<SocketRequest> request() {
+        if (m_state.with([](const State& state) { return state.stopped; }))
+            return std::nullopt;
+        const auto config = m_callbacks.config();
+        if (!config || config->token.isEmpty())
+            return std::nullopt;
+        const auto url = wsURL(config->url);
+        if (!url)
+            return std::nullopt;
+        return SocketRequest{
+            .url = *url, .headers = {{"Authorization", "Bearer " + config->token.toUtf8()}}, .timeout = connectTimeout};
+    }
+
+    void connect() {
+        const auto socketRequest = request();
+        if (!socketRequest) {
+            scheduleReconnect();
+            return;
+        }
+        const TaskPointer task = m_transport.makeTask(*socketRequest);
+        bool stopped = false;
+        letGoLater(m_state.with([&](State& state) -> TaskPointer {
+            stopped = state.stopped;
+            return stopped ? nullptr : forgetIn(state, task);
+        }));
+        // Stopped by another thread meanwhile.
+        if (stopped)
+            return;
+        task->resume();
+        sendHello();
+        receive(task);
+    }
+
+    void receive(const TaskPointer& task) {
+        task->receive(
+            [weak = weak_from_this(), source = std::weak_ptr(task)](const std::optional<SocketMessage>& message) {
+                const auto core = weak.lock();
+                if (!core)
+                    return;
+                if (message)
+                    core->received(*message);
+                else
+                    core->failed(source.lock());
+            });
+    }
+
+    void received(const SocketMessage& message) {
+        m_isConnected = true;
+        if (message.kind == SocketMessage::Kind::text)
+            handle(relayMessage(message.payload));
+        // The present connection, which need not be the one that delivered this message.
+        if (const TaskPointer task = currentTask())
+            receive(task);
+    }
+
+    void failed(const TaskPointer& source) {
+        m_isConnected = false;
+        // The source itself has nothing left to deliver: it needs no time for a farewell.
+        const TaskPointer dropped = m_state.with([&](State& state) {
+            std::erase(state.forgotten, source);
+            return state.task == source ? std::exchange(state.task, nullptr) : nullptr;
+        });
+        scheduleReconnect();
+    }
+
+    void scheduleReconnect() {
+        const bool alreadyDue =
+            m_state.with([](State& state) { return state.stopped || std::exchange(state.reconnectIsDue, true); });
+        letGoLater(m_state.with([](State& state) { return forgetIn(state, nullptr); }));
+        // One attempt serves every reason that came before it. With one for each, all connections that a relay drops at
+        // once would be made anew, and a relay that stays away would be tried more often with every change of settings.
+        if (alreadyDue)
+            return;
+        m_dispatch.globalQueue().asyncAfter(reconnectDelay, [weak = weak_from_this()] {
+            const auto core = weak.lock();
+            if (!core)
+                return;
+            core->m_state.with([](State& state) { state.reconnectIsDue = false; });
+            core->connect();
+        });
+    }
+
+    /// Puts `next` in the place of the present connection, which stays open but is no longer asked for anything new.
+    static TaskPointer forgetIn(State& state, TaskPointer next) {
+        TaskPointer task = std::exchange(state.task, std::move(next));
+        if (task)
+            state.forgotten.push_back(task);
+        return task;
+    }
+
+    void letGoLater(const TaskPointer& task) {
+        if (!task)
+            return;
+        m_dispatch.globalQueue().asyncAfter(farewell, [weak = weak_from_this(), which = std::weak_ptr(task)] {
+            const auto core = weak.lock();
+            const TaskPointer last = which.lock();
+            if (core && last)
+                core->m_state.with([&](State& state) { std::erase(state.forgotten, last); });
+        });
+    }
+
+    void handle(const RelayMessage& message) {
+        std::visit(Overloaded{[](std::monostate) {},
+                              [&](const QList<RelayDecision>& decisions) {
+                                  for (const RelayDecision& decision : decisions)
+                                      m_callbacks.onDecision(decision.requestId, decision.decision);
+                              },
+                              [&](const RelayTerminalInput& input) { m_callbacks.onInput(input.text); },
+                              [&](const RelayTerminalSize& size) { m_callbacks.onResize(size.columns, size.rows); },
+                              [&](RelayNewShell) {
+                                  m_callbacks.onNewShell();
+                              }},
+                   message);
+    }
+
+    Dispatch& m_dispatch;
+    SocketTransport& m_transport;
+    const Callbacks m_callbacks;
+    Guarded<State> m_state;
+    std::atomic<bool> m_isConnected = false;
+};
+
+RelaySocket::RelaySocket(Dispatch& dispatch, SocketTransport& transport, Callbacks callbacks)
+    : m_core(std::make_shared<Core>(dispatch, transport, std::move(callbacks))) {
+}
+
+RelaySocket::~RelaySocket() = default;
+
+void RelaySocket::start() {
+    m_core->start();
+}
+
+void RelaySocket::stop() {
+    m_core->stop();
+}
+
+void RelaySocket::reconnect() {
+    m_core->reconnect();
+}
+
+void RelaySocket::sendHello() {
+    m_core->sendHello();
+}
+
+void RelaySocket::sendTermOut(const QString& text) {
+    m_core->sendTermOut(text);
+}
+
+bool RelaySocket::isConnected() const {
+    return m_core->isConnected();
+}
+
+std::optional<QUrl> RelaySocket::wsURL(const QString& base) {
+    QString text = trimBlanks(base);
+    if (text.startsWith(QLatin1String("https://")))
+        text.replace(0, 5, QStringLiteral("wss"));
+    else if (text.startsWith(QLatin1String("http://")))
+        text.replace(0, 4, QStringLiteral("ws"));
+    else
+        return std::nullopt;
+    while (text.endsWith(u'/'))
+        text.chop(1);
+    const QUrl url(text + QStringLiteral("/ws-mac"), QUrl::StrictMode);
+    if (!url.isValid() || url.host().isEmpty())
+        return std::nullopt;
+    return url;
+}
+
+} // namespace pelorin

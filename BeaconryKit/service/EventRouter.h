@@ -1,0 +1,62 @@
+#pragma once
+
+#include "BeaconryKit/model/AskEvent.h"
+#include "BeaconryKit/model/AutoDecision.h"
+#include "BeaconryKit/platform/Dispatch.h"
+#include "BeaconryKit/service/AskStore.h"
+#include "BeaconryKit/service/DecisionRouter.h"
+#include "BeaconryKit/service/EventServer.h"
+#include "BeaconryKit/sessions/NotifierSettings.h"
+#include "BeaconryKit/sessions/SessionRegistry.h"
+
+#include <QByteArray>
+
+#include <functional>
+#include <memory>
+
+namespace pelorin {
+
+/// Where every hook call enters the system's own logic: answers by path, at once or by parking the reply, and updates
+/// the store and the registry by the user's settings. Stateless beyond its references, all of which must outlive it.
+/// Everything runs on the main thread. Its timers are never cancelled; each looks at the store when it fires.
+class EventRouter : public std::enable_shared_from_this<EventRouter> {
+public:
+    using FocusAction = std::function<void(const AskEvent&)>;
+
+    static std::shared_ptr<EventRouter> create(Dispatch& dispatch, AskStore& store, SessionRegistry& registry,
+                                               NotifierSettings& settings, DecisionRouter& router, FocusAction onFocus);
+
+    /// Handles one request: `path` by exact comparison, `body` as the hook sent it, and the hook that waits for the
+    /// reply. Every request is answered.
+    void route(const QByteArray& path, const QByteArray& body, const WaitingHook& hook);
+
+    /// Brings the ask's terminal forward; supplied by the application.
+    const FocusAction& onFocus() const { return m_onFocus; }
+
+    /// The status object: build, silent, trackOnlyOptIn, defaultPolicy, decisionWaitSeconds, pendingAsks, sessions.
+    QByteArray statusJSON() const;
+
+private:
+    EventRouter(Dispatch& dispatch, AskStore& store, SessionRegistry& registry, NotifierSettings& settings,
+                DecisionRouter& router, FocusAction onFocus);
+
+    void handleNotification(const QByteArray& body);
+    void handlePermission(const QByteArray& body, const WaitingHook& hook);
+    void handleUnregister(const QByteArray& body);
+    bool isRelevant(const AskEvent& ask) const;
+    bool hasWaitingPermission(const QString& sessionId) const;
+    void park(const AskEvent& ask, const WaitingHook& hook);
+    void expire(const AskEvent& ask);
+    void scheduleAutoDismiss(const AskEvent& ask);
+    void showAutoDecisionToast(const AskEvent& ask, AutoDecision policy);
+    void removeAfter(Duration delay, const AskEvent& ask);
+
+    Dispatch& m_dispatch;
+    AskStore& m_store;
+    SessionRegistry& m_registry;
+    NotifierSettings& m_settings;
+    DecisionRouter& m_router;
+    FocusAction m_onFocus;
+};
+
+} // namespace pelorin

@@ -1,0 +1,349 @@
+#include "BeaconryKit/service/EventServer.h"
+
+#include "BeaconryKit/platform/ThreadName.h"
+#include "BeaconryKit/service/RequestFraming.h"
+
+#include <QLoggingCategory>
+#include <asio.hpp>
+
+#include <array>
+#include <atomic>
+#include <future>
+#include <thread>
+#include <unordered_set>
+#include <utility>
+
+namespace pelorin {
+
+namespace {
+
+Q_LOGGING_CATEGORY(serverLog, "pelorin.server", QtCriticalMsg)
+
+constexpr auto startUpWait = std::chrono::seconds(3);
+constexpr std::size_t readChunk = 65536;
+// How long the listener rests after the process ran out of descriptors, unless one of its own connections ends sooner.
+constexpr auto descriptorPause = std::chrono::milliseconds(200);
+
+bool isShortage(const asio::error_code& error) {
+    return error == asio::error::no_descriptors || error == asio::error::no_buffer_space ||
+           error == asio::error::no_memory || error == std::errc::too_many_files_open_in_system;
+}
+
+} // namespace
+
+/// What the server's thread works on. Shared with the connections, which may be answered after the server has gone.
+class EventServer::Core : public std::enable_shared_from_this<EventServer::Core> {
+public:
+    Core(quint16 port, bool loopbackOnly, Handler handler)
+        : m_handler(std::move(handler)),
+          m_endpoint(loopbackOnly ? asio::ip::address_v4::loopback() : asio::ip::address_v4::any(), port) {}
+
+    std::optional<ServerError> start();
+    void stopListening();
+    void shutDown();
+
+    quint16 port() const { return m_port; }
+    int connectionCount() const { return m_connectionCount; }
+
+private:
+    class Connection;
+
+    bool listen();
+    void accept();
+    void pauseAccepting();
+    void resumeAccepting();
+    void closed(Connection* connection);
+
+    Handler m_handler;
+    asio::ip::tcp::endpoint m_endpoint;
+    asio::io_context m_context{1};
+    asio::executor_work_guard<asio::io_context::executor_type> m_keepRunning = asio::make_work_guard(m_context);
+    asio::ip::tcp::acceptor m_acceptor{m_context};
+    asio::steady_timer m_pause{m_context};
+    bool m_isPaused = false;
+    // Bytes are read here first and then kept by the connection, which so needs no memory while it waits.
+    std::array<char, readChunk> m_chunk{};
+    std::unordered_set<Connection*> m_connections;
+    std::atomic<int> m_connectionCount = 0;
+    std::atomic<quint16> m_port = 0;
+    std::thread m_thread;
+};
+
+/// One connection, from accept to the end of its reply. Kept alive by the operation that it waits for; works on the
+/// server's queue only.
+class EventServer::Core::Connection : public std::enable_shared_from_this<Connection> {
+public:
+    Connection(std::shared_ptr<Core> core, asio::ip::tcp::socket socket)
+        : m_core(std::move(core)), m_socket(std::move(socket)) {}
+
+    void receive() {
+        m_socket.async_wait(asio::socket_base::wait_read, [self = shared_from_this()](const asio::error_code& error) {
+            if (!error)
+                self->readAvailable();
+            else
+                self->close();
+        });
+    }
+
+    void close() {
+        if (!m_socket.is_open())
+            return;
+        asio::error_code ignored;
+        m_socket.close(ignored);
+        m_core->closed(this);
+    }
+
+private:
+    void readAvailable() {
+        for (;;) {
+            asio::error_code error;
+            const std::size_t count = m_socket.read_some(asio::buffer(m_core->m_chunk), error);
+            if (error == asio::error::would_block) {
+                receive();
+                return;
+            }
+            if (error) {
+                qCDebug(serverLog) << "A peer left before its request was complete:" << error.message().c_str();
+                close();
+                return;
+            }
+            switch (m_framing->append({m_core->m_chunk.data(), static_cast<qsizetype>(count)})) {
+            case RequestFraming::Progress::incomplete:
+                break;
+            case RequestFraming::Progress::refused:
+                qCDebug(serverLog) << "Closed a request that was too long or came from a web page.";
+                close();
+                return;
+            case RequestFraming::Progress::complete:
+                handle();
+                return;
+            }
+        }
+    }
+
+    void handle() {
+        const HookRequest request = m_framing->takeRequest();
+        m_framing.reset();
+        watchForReset();
+        const std::weak_ptr<Connection> self = weak_from_this();
+        m_core->m_handler(request.path, request.body,
+                          {.respond =
+                               [self](const QByteArray& body) {
+                                   if (const auto connection = self.lock())
+                                       connection->post([body](Connection& target) { target.send(body); });
+                               },
+                           .whenGone =
+                               [self](std::function<void()> onGone) {
+                                   if (const auto connection = self.lock())
+                                       connection->post([onGone = std::move(onGone)](Connection& target) mutable {
+                                           target.tellWhenGone(std::move(onGone));
+                                       });
+                                   else
+                                       onGone();
+                               }});
+    }
+
+    template <class Work>
+    void post(Work work) {
+        asio::post(m_socket.get_executor(),
+                   [self = shared_from_this(), work = std::move(work)]() mutable { work(*self); });
+    }
+
+    /// The error readiness comes for a reset, but not for a peer that has only ended its sending side.
+    void watchForReset() {
+        m_socket.async_wait(asio::socket_base::wait_error, [self = shared_from_this()](const asio::error_code& error) {
+            if (error)
+                return;
+            if (self->wasReset())
+                self->peerHasGone();
+            else
+                self->watchForReset();
+        });
+    }
+
+    bool wasReset() {
+        int pending = 0;
+        socklen_t size = sizeof pending;
+        return getsockopt(m_socket.native_handle(), SOL_SOCKET, SO_ERROR, &pending, &size) != 0 || pending != 0;
+    }
+
+    void tellWhenGone(std::function<void()> onGone) {
+        if (m_isAnswered)
+            return;
+        if (m_socket.is_open())
+            m_onGone = std::move(onGone);
+        else
+            onGone();
+    }
+
+    void peerHasGone() {
+        if (!m_socket.is_open() || m_isAnswered)
+            return;
+        const auto onGone = std::exchange(m_onGone, nullptr);
+        close();
+        if (onGone)
+            onGone();
+    }
+
+    void send(const QByteArray& body) {
+        if (std::exchange(m_isAnswered, true) || !m_socket.is_open())
+            return;
+        m_onGone = nullptr;
+        m_reply = "HTTP/1.1 200 OK\r\nContent-Length: " + QByteArray::number(body.size()) +
+                  "\r\nContent-Type: application/json\r\nConnection: close\r\n\r\n" + body;
+        asio::async_write(m_socket, asio::buffer(m_reply.constData(), static_cast<std::size_t>(m_reply.size())),
+                          [self = shared_from_this()](const asio::error_code&, std::size_t) {
+                              self->discardSurplus();
+                              self->close();
+                          });
+    }
+
+    /// Closing a socket with unread bytes would reset it, and the peer could lose the reply.
+    void discardSurplus() {
+        asio::error_code error;
+        for (int chunks = 0; chunks < 16 && !error; ++chunks)
+            m_socket.read_some(asio::buffer(m_core->m_chunk), error);
+    }
+
+    std::shared_ptr<Core> m_core;
+    asio::ip::tcp::socket m_socket;
+    // Released once the request is complete.
+    std::unique_ptr<RequestFraming> m_framing = std::make_unique<RequestFraming>();
+    std::function<void()> m_onGone;
+    QByteArray m_reply;
+    bool m_isAnswered = false;
+};
+
+std::optional<EventServer::ServerError> EventServer::Core::start() {
+    auto ready = std::make_shared<std::promise<bool>>();
+    std::future<bool> isReady = ready->get_future();
+    m_thread = std::thread([self = shared_from_this(), ready] {
+        setCurrentThreadName("com.pelorin.server");
+        ready->set_value(self->listen());
+        self->m_context.run();
+    });
+    if (isReady.wait_for(startUpWait) == std::future_status::ready && isReady.get())
+        return std::nullopt;
+    return ServerError::notReady;
+}
+
+bool EventServer::Core::listen() {
+    asio::error_code error;
+    m_acceptor.open(m_endpoint.protocol(), error);
+    // A restarted application can bind its port at once; a port that another one listens on stays refused.
+    if (!error)
+        m_acceptor.set_option(asio::socket_base::reuse_address(true), error);
+    if (!error)
+        m_acceptor.bind(m_endpoint, error);
+    if (!error)
+        m_acceptor.listen(asio::socket_base::max_listen_connections, error);
+    if (!error)
+        m_acceptor.non_blocking(true, error);
+    if (!error)
+        m_port = m_acceptor.local_endpoint(error).port();
+    if (error) {
+        qCDebug(serverLog) << "Cannot listen:" << error.message().c_str();
+        asio::error_code ignored;
+        m_acceptor.close(ignored);
+        return false;
+    }
+    accept();
+    return true;
+}
+
+void EventServer::Core::accept() {
+    m_acceptor.async_accept([this](const asio::error_code& error, asio::ip::tcp::socket socket) {
+        if (error == asio::error::operation_aborted || !m_acceptor.is_open())
+            return;
+        if (error && isShortage(error)) {
+            pauseAccepting();
+            return;
+        }
+        if (!error) {
+            asio::error_code ignored;
+            socket.non_blocking(true, ignored);
+            auto connection = std::make_shared<Connection>(shared_from_this(), std::move(socket));
+            m_connections.insert(connection.get());
+            ++m_connectionCount;
+            connection->receive();
+        }
+        accept();
+    });
+}
+
+void EventServer::Core::pauseAccepting() {
+    qCDebug(serverLog) << "Out of descriptors; new hooks wait.";
+    m_isPaused = true;
+    m_pause.expires_after(descriptorPause);
+    m_pause.async_wait([this](const asio::error_code& error) {
+        if (!error)
+            resumeAccepting();
+    });
+}
+
+void EventServer::Core::resumeAccepting() {
+    if (!std::exchange(m_isPaused, false) || !m_acceptor.is_open())
+        return;
+    m_pause.cancel();
+    accept();
+}
+
+void EventServer::Core::closed(Connection* connection) {
+    if (m_connections.erase(connection) == 0)
+        return;
+    --m_connectionCount;
+    resumeAccepting();
+}
+
+void EventServer::Core::stopListening() {
+    asio::post(m_context, [self = shared_from_this()] {
+        asio::error_code ignored;
+        self->m_acceptor.close(ignored);
+        self->m_pause.cancel();
+    });
+}
+
+void EventServer::Core::shutDown() {
+    if (!m_thread.joinable())
+        return;
+    asio::post(m_context, [self = shared_from_this()] {
+        asio::error_code ignored;
+        self->m_acceptor.close(ignored);
+        self->m_pause.cancel();
+        while (!self->m_connections.empty())
+            (*self->m_connections.begin())->close();
+        // With nothing left to wait for, the thread ends.
+        self->m_keepRunning.reset();
+    });
+    m_thread.join();
+}
+
+EventServer::EventServer(quint16 port, bool loopbackOnly, Handler handler)
+    : m_core(std::make_shared<Core>(port, loopbackOnly, std::move(handler))) {
+}
+
+EventServer::~EventServer() {
+    m_core->shutDown();
+}
+
+std::optional<EventServer::ServerError> EventServer::start() {
+    return m_core->start();
+}
+
+void EventServer::stop() {
+    m_core->stopListening();
+}
+
+quint16 EventServer::port() const {
+    return m_core->port();
+}
+
+int EventServer::connectionCount() const {
+    return m_core->connectionCount();
+}
+
+QString description(EventServer::ServerError) {
+    return QStringLiteral("notReady");
+}
+
+} // namespace pelorin

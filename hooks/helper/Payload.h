@@ -1,0 +1,67 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace pelorin::hook {
+
+/// The members of a CLI's hook payload that matter here, each as its JSON text; empty where there is none. The text
+/// that they were read from must outlive this.
+struct Payload {
+    std::string_view sessionId;
+    std::string_view cwd;
+    std::string_view message;
+    std::string_view toolName;
+    std::string_view toolInput;
+    std::string_view notificationType;
+    std::string_view agentType;
+    // These are not for the application.
+    std::string_view agentId;
+    std::string_view eventName;
+};
+
+/// What the helper itself knows about the session. A text that is empty is not known.
+struct Surroundings {
+    /// The CLI's name.
+    std::string_view source = {};
+    /// The session's terminal, without "/dev/".
+    std::string_view tty = {};
+    std::string_view terminalProgram = {};
+    std::string_view tmuxPane = {};
+    std::string_view weztermPane = {};
+    std::string_view kittyWindowId = {};
+};
+
+/// What a session says of itself when it begins.
+struct SessionStart {
+    std::string_view label = {};
+    /// Whether the user started the session to be followed.
+    bool isOptedIn = false;
+};
+
+/// Reads a complete object. Of members that stand twice the last one counts.
+Payload readPayload(std::string_view object);
+
+/// Composes the JSON bodies that the application takes. What the payload holds under the names of the helper's own
+/// members does not get through.
+class BodyComposer {
+public:
+    BodyComposer(const Payload& payload, const Surroundings& surroundings);
+
+    /// Makes it a permission request that is answered under this id.
+    void addRequestId(std::string_view requestId);
+
+    void addSessionStart(const SessionStart& start);
+
+    /// The body. Nothing may be added afterwards.
+    std::string take();
+
+private:
+    void addRaw(std::string_view name, std::string_view value);
+    void addText(std::string_view name, std::string_view text);
+    void addName(std::string_view name);
+
+    std::string m_body = "{";
+};
+
+} // namespace pelorin::hook

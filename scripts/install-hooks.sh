@@ -1,0 +1,88 @@
+#!/bin/bash
+# Wires AI coding CLIs to Pelorin. For any bash from 3.2 on.
+set -u
+
+usage() {
+    cat <<'EOF'
+usage: install-hooks.sh [OPTION...]
+
+Without options: puts Pelorin's hooks into Claude Code's settings.
+
+  --cli NAME           the CLI to wire: claude (may be given several times)
+  --all                every CLI that is found on this machine
+  --login              also start Pelorin at login
+  --status             change nothing, and tell what is installed
+  --dry-run            change nothing, and show what would be changed
+  --help               this text
+EOF
+}
+
+case ${BASH_SOURCE[0]} in
+*/*) here=${BASH_SOURCE[0]%/*} ;;
+*) here=. ;;
+esac
+# shellcheck source=scripts/hook-setup.sh
+. "$here/hook-setup.sh" || exit 1
+
+action=install
+clis=()
+with_all=no
+with_login=no
+options=()
+while [ $# -gt 0 ]; do
+    case $1 in
+    --cli)
+        need_cli "$@"
+        clis+=("$2")
+        shift
+        ;;
+    --all) with_all=yes ;;
+    --login) with_login=yes ;;
+    --status) action=status ;;
+    --dry-run) options=(--dry-run) ;;
+    --help)
+        usage
+        exit 0
+        ;;
+    *)
+        usage >&2
+        exit 2
+        ;;
+    esac
+    shift
+done
+
+find_hooks "$here"
+find_setup
+
+if [ $with_all = yes ] || { [ $action = status ] && [ ${#clis[@]} -eq 0 ]; }; then
+    clis=("${all_clis[@]}")
+elif [ ${#clis[@]} -eq 0 ]; then
+    clis=(claude)
+fi
+
+result=0
+for cli in "${clis[@]}"; do
+    if [ $action = install ] && [ $with_all = yes ] && ! is_there "$cli"; then
+        say "$cli: not found on this machine, and left out. --cli $cli wires it all the same."
+        continue
+    fi
+    arguments=("$cli" --hooks "$hooks" ${options[@]+"${options[@]}"})
+    "$setup" "$action" "${arguments[@]}" || result=1
+done
+
+if [ $with_login = yes ] || [ $action = status ]; then
+    arguments=(login ${options[@]+"${options[@]}"})
+    if program=$(find_program); then
+        arguments+=(--program "$program")
+    elif [ $action = install ]; then
+        complain "Start at login: Pelorin itself is not there. In a checkout, ./dev build makes it."
+        exit 1
+    fi
+    "$setup" "$action" "${arguments[@]}" || result=1
+fi
+
+if ! has_helper; then
+    complain "The hooks do nothing yet: the program pelorin-hook is not there. In a checkout, ./dev build makes it."
+fi
+exit $result

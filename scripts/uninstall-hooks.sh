@@ -1,0 +1,62 @@
+#!/bin/bash
+# Takes Pelorin's hooks out of the settings of AI coding CLIs again. For any bash from 3.2 on.
+set -u
+
+usage() {
+    cat <<'EOF'
+usage: uninstall-hooks.sh [OPTION...]
+
+Without options: takes everything away, from every CLI, and the start at login.
+
+  --cli NAME   only from this CLI: claude (may be given several times)
+  --login      only the start at login
+  --all        everything
+  --dry-run    change nothing, and show what would be changed
+  --help       this text
+EOF
+}
+
+case ${BASH_SOURCE[0]} in
+*/*) here=${BASH_SOURCE[0]%/*} ;;
+*) here=. ;;
+esac
+# shellcheck source=scripts/hook-setup.sh
+. "$here/hook-setup.sh" || exit 1
+
+targets=()
+with_all=no
+options=()
+while [ $# -gt 0 ]; do
+    case $1 in
+    --cli)
+        need_cli "$@"
+        targets+=("$2")
+        shift
+        ;;
+    --login) targets+=(login) ;;
+    --all) with_all=yes ;;
+    --dry-run) options=(--dry-run) ;;
+    --help)
+        usage
+        exit 0
+        ;;
+    *)
+        usage >&2
+        exit 2
+        ;;
+    esac
+    shift
+done
+
+find_hooks "$here"
+find_setup
+
+if [ $with_all = yes ] || [ ${#targets[@]} -eq 0 ]; then
+    targets=("${all_clis[@]}" login)
+fi
+
+result=0
+for target in "${targets[@]}"; do
+    "$setup" uninstall "$target" --hooks "$hooks" ${options[@]+"${options[@]}"} || result=1
+done
+exit $result

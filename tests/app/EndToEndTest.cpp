@@ -1,0 +1,174 @@
+#include "tests/app/RunningApplication.h"
+
+#include <QDirIterator>
+#include <QFile>
+#include <QFileInfo>
+#include <QJsonDocument>
+#include <gmock/gmock.h>
+
+#include <csignal>
+
+namespace pelorin {
+namespace {
+
+using ::testing::HasSubstr;
+using ::testing::StartsWith;
+
+const std::string allowAnswer =
+    R"({"hookSpecificOutput":{"hookEventName":"PermissionRequest","decision":{"behavior":"allow"}}})";
+const std::string permissionHook = "claude-permission-hook.sh";
+
+std::string captured(const char* name) {
+    QFile file(QStringLiteral(PELORIN_SOURCE_DIR "/tests/fixtures/payloads/claude/tui/%1.json").arg(name));
+    EXPECT_TRUE(file.open(QIODevice::ReadOnly)) << name;
+    return file.readAll().toStdString();
+}
+
+void expectSilentEnd(TestProcess& hook, const std::string& name = {}) {
+    EXPECT_EQ(hook.waitForExit(), exited(0)) << name;
+    EXPECT_EQ(hook.output(), "") << name;
+    EXPECT_EQ(hook.errors(), "") << name;
+}
+
+TEST(EndToEnd, APermissionIsShownAndHandedBackWhenNobodyAnswers) {
+    const RunningApplication application({{"decisionWaitSeconds", 5}});
+    const auto hook = application.startHook(permissionHook, captured("PermissionRequest.Bash"));
+    ASSERT_TRUE(application.waitForPendingAsks(1));
+    expectSilentEnd(*hook);
+    // The notice that points at the terminal stands in the row's place.
+    EXPECT_TRUE(application.waitForPendingAsks(1));
+    EXPECT_EQ(application.request("/clear", R"({"session_id":"6e371bc2-8e44-40e5-8c24-a13c30290a7e"})"), "ok");
+    EXPECT_TRUE(application.waitForPendingAsks(0));
+}
+
+TEST(EndToEnd, AnAutomaticDecisionIsPrintedAsTheCliReadsIt) {
+    const RunningApplication allowing({{"defaultPolicy", "allow"}});
+    const auto allowed = allowing.startHook(permissionHook, captured("PermissionRequest.Bash"));
+    EXPECT_EQ(allowed->waitForExit(), exited(0));
+    EXPECT_EQ(allowed->output(), allowAnswer);
+    const auto plan = allowing.startHook(permissionHook, captured("PermissionRequest.ExitPlanMode.plan"));
+    EXPECT_EQ(plan->waitForExit(), exited(0));
+    EXPECT_THAT(
+        plan->output(),
+        StartsWith(R"({"hookSpecificOutput":{"hookEventName":"PermissionRequest","decision":{"behavior":"allow",)"
+                   R"("updatedInput":{"plan":"# Plan: greet)"));
+
+    const RunningApplication denying({{"defaultPolicy", "deny"}});
+    const auto denied = denying.startHook(permissionHook, captured("PermissionRequest.Write"));
+    EXPECT_EQ(denied->waitForExit(), exited(0));
+    EXPECT_EQ(denied->output(),
+              R"({"hookSpecificOutput":{"hookEventName":"PermissionRequest","decision":{"behavior":"deny",)"
+              R"("message":"Denied in Pelorin."}}})");
+}
+
+TEST(EndToEnd, EveryCapturedPayloadGoesThroughItsHook) {
+    const RunningApplication application({{"defaultPolicy", "allow"}});
+    const std::map<QString, std::string> scripts{{"PermissionRequest", permissionHook},
+                                                 {"Notification", "claude-notify-hook.sh"},
+                                                 {"SessionStart", "claude-register-hook.sh"},
+                                                 {"SessionEnd", "claude-unregister-hook.sh"}};
+    int seen = 0;
+    QDirIterator files(PELORIN_SOURCE_DIR "/tests/fixtures/payloads/claude", {"*.json"}, QDir::Files,
+                       QDirIterator::Subdirectories);
+    while (files.hasNext()) {
+        QFile file(files.next());
+        ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+        const std::string payload = file.readAll().toStdString();
+        const QString event = QFileInfo(file).fileName().section('.', 0, 0);
+        const auto script = scripts.find(event);
+        const auto hook =
+            application.startHook(script == scripts.end() ? "claude-clear-hook.sh" : script->second, payload);
+        if (event != "PermissionRequest" || file.fileName().contains("AskUserQuestion")) {
+            expectSilentEnd(*hook, file.fileName().toStdString());
+        } else {
+            EXPECT_EQ(hook->waitForExit(), exited(0)) << file.fileName().toStdString();
+            EXPECT_THAT(hook->output(), HasSubstr(R"("behavior":"allow")")) << file.fileName().toStdString();
+        }
+        ++seen;
+    }
+    EXPECT_GT(seen, 100);
+    EXPECT_EQ(application.status().value("build"), "v6");
+}
+
+TEST(EndToEnd, SessionsComeAndGo) {
+    const RunningApplication application;
+    expectSilentEnd(*application.startHook("claude-register-hook.sh", captured("SessionStart.startup")));
+    expectSilentEnd(*application.startHook("claude-register-hook.sh", captured("SessionStart.startup")));
+    EXPECT_TRUE(application.waitForSessions(1));
+    expectSilentEnd(*application.startHook("claude-unregister-hook.sh", captured("SessionStart.startup")));
+    EXPECT_TRUE(application.waitForSessions(0));
+}
+
+TEST(EndToEnd, AQuestionIsANoticeAndStaysWithTheTerminal) {
+    const RunningApplication application;
+    expectSilentEnd(*application.startHook(permissionHook, captured("PermissionRequest.AskUserQuestion")));
+    EXPECT_TRUE(application.waitForPendingAsks(1));
+}
+
+TEST(EndToEnd, AHookThatIsToldToStopTakesItsRowAlong) {
+    const RunningApplication application;
+    const auto hook = application.startHook(permissionHook, captured("PermissionRequest.Bash"));
+    ASSERT_TRUE(application.waitForPendingAsks(1));
+    EXPECT_TRUE(hook->sendSignalToGroup(SIGTERM));
+    expectSilentEnd(*hook);
+    EXPECT_TRUE(application.waitForPendingAsks(0));
+}
+
+TEST(EndToEnd, AHookThatIsKilledTakesItsRowAlong) {
+    const RunningApplication application;
+    const auto hook = application.startHook(permissionHook, captured("PermissionRequest.Bash"));
+    ASSERT_TRUE(application.waitForPendingAsks(1));
+    EXPECT_TRUE(hook->sendSignalToGroup(SIGKILL));
+    EXPECT_EQ(hook->waitForExit(), killedBy(SIGKILL));
+    EXPECT_TRUE(application.waitForPendingAsks(0));
+}
+
+TEST(EndToEnd, AWaitingHookEndsWhenTheApplicationIsKilled) {
+    RunningApplication application;
+    const auto hook = application.startHook(permissionHook, captured("PermissionRequest.Bash"));
+    ASSERT_TRUE(application.waitForPendingAsks(1));
+    EXPECT_TRUE(application.process().sendSignal(SIGKILL));
+    expectSilentEnd(*hook);
+}
+
+TEST(EndToEnd, HooksSayNothingWhenTheApplicationIsNotRunning) {
+    RunningApplication application;
+    EXPECT_TRUE(application.process().sendSignal(SIGKILL));
+    EXPECT_EQ(application.process().waitForExit(), killedBy(SIGKILL));
+    for (const char* script : {"claude-permission-hook.sh", "claude-notify-hook.sh", "claude-clear-hook.sh",
+                               "claude-register-hook.sh", "claude-unregister-hook.sh"})
+        expectSilentEnd(*application.startHook(script, captured("PermissionRequest.Bash")), script);
+}
+
+TEST(EndToEnd, ASecondCopySaysWhyItEndsAndLeavesTheFirstUnharmed) {
+    const RunningApplication application;
+    const auto hook = application.startHook(permissionHook, captured("PermissionRequest.Bash"));
+    ASSERT_TRUE(application.waitForPendingAsks(1));
+    const auto second = application.startAnotherCopy();
+    EXPECT_EQ(second->waitForExit(std::chrono::seconds(4)), exited(1));
+    EXPECT_THAT(second->errors(), HasSubstr("Pelorin could not listen on port " + std::to_string(application.port()) +
+                                            "\nIs another copy already running? (notReady)\n"));
+    EXPECT_TRUE(application.waitForPendingAsks(1));
+    EXPECT_TRUE(hook->sendSignal(SIGTERM));
+    expectSilentEnd(*hook);
+}
+
+TEST(EndToEnd, ServesHooksWithoutADisplayAndSaysSo) {
+    RunningApplication application({}, RunningApplication::Screen::none);
+    EXPECT_TRUE(application.process().waitForOutput([&](const std::string&) {
+        return application.process().errors() == "pelorin: no display was found; hooks are served without a panel.\n";
+    }));
+    const auto hook = application.startHook(permissionHook, captured("PermissionRequest.Bash"));
+    EXPECT_TRUE(application.waitForPendingAsks(1));
+    EXPECT_TRUE(hook->sendSignal(SIGTERM));
+    expectSilentEnd(*hook);
+}
+
+TEST(EndToEnd, StartingWritesNothingIntoTheHome) {
+    const RunningApplication application;
+    EXPECT_EQ(application.status().value("decisionWaitSeconds").toInt(), 45);
+    EXPECT_FALSE(application.homeContains("com.pelorin.manager"));
+}
+
+} // namespace
+} // namespace pelorin

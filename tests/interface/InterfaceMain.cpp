@@ -1,0 +1,13 @@
+#include <QByteArray>
+#include <QFont>
+#include <QGuiApplication>
+#include <gtest/gtest.h>
+
+// Windows off any screen. Their text size must not depend on the machine.
+int main(int argc, char** argv) {
+    ::testing::InitGoogleTest(&argc, argv);
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    QGuiApplication application(argc, argv);
+    QGuiApplication::setFont(QFont(QStringLiteral("DejaVu Sans"), 10));
+    return RUN_ALL_TESTS();
+}

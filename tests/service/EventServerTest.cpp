@@ -1,0 +1,355 @@
+#include "BeaconryKit/service/EventServer.h"
+
+#include <QScopeGuard>
+#include <asio.hpp>
+#include <gmock/gmock.h>
+
+#include <atomic>
+#include <condition_variable>
+#include <deque>
+#include <future>
+#include <mutex>
+#include <sys/resource.h>
+#include <thread>
+
+namespace pelorin {
+namespace {
+
+using namespace std::chrono_literals;
+using asio::ip::tcp;
+
+/// Collects what the server's handler is given, for the test to look at and to answer when it likes.
+class Requests {
+public:
+    struct Request {
+        QByteArray path;
+        QByteArray body;
+        WaitingHook hook;
+    };
+
+    EventServer::Handler handler() {
+        return [this](const QByteArray& path, const QByteArray& body, const WaitingHook& hook) {
+            const std::lock_guard lock(m_mutex);
+            m_requests.push_back({path, body, hook});
+            m_arrived.notify_all();
+        };
+    }
+
+    /// The next request, waiting for it as long as the test's own time limit allows.
+    Request take() {
+        std::unique_lock lock(m_mutex);
+        m_arrived.wait(lock, [this] { return !m_requests.empty(); });
+        Request request = std::move(m_requests.front());
+        m_requests.pop_front();
+        return request;
+    }
+
+    bool isEmpty() {
+        const std::lock_guard lock(m_mutex);
+        return m_requests.empty();
+    }
+
+private:
+    std::mutex m_mutex;
+    std::condition_variable m_arrived;
+    std::deque<Request> m_requests;
+};
+
+/// A plain blocking client.
+class Client {
+public:
+    explicit Client(quint16 port) { m_socket.connect({asio::ip::address_v4::loopback(), port}); }
+
+    void send(const QByteArray& bytes) {
+        asio::error_code error;
+        asio::write(m_socket, asio::buffer(bytes.constData(), static_cast<std::size_t>(bytes.size())), error);
+    }
+    void endSending() { m_socket.shutdown(tcp::socket::shutdown_send); }
+    void reset() {
+        m_socket.set_option(asio::socket_base::linger(true, 0));
+        m_socket.close();
+    }
+    /// Everything that the server sends until it closes; `error` tells an orderly end from a reset.
+    QByteArray readAll(asio::error_code* error = nullptr) {
+        std::string bytes;
+        asio::error_code end;
+        asio::read(m_socket, asio::dynamic_buffer(bytes), end);
+        if (error)
+            *error = end;
+        return QByteArray::fromStdString(bytes);
+    }
+
+private:
+    asio::io_context m_context;
+    tcp::socket m_socket{m_context};
+};
+
+QByteArray post(const QByteArray& path, const QByteArray& body) {
+    return "POST " + path + " HTTP/1.1\r\nHost: 127.0.0.1\r\nContent-Length: " + QByteArray::number(body.size()) +
+           "\r\n\r\n" + body;
+}
+
+class EventServerTest : public ::testing::Test {
+protected:
+    EventServerTest() { EXPECT_EQ(server.start(), std::nullopt); }
+
+    Requests requests;
+    EventServer server{0, true, requests.handler()};
+};
+
+TEST_F(EventServerTest, HandsOverTheRequestAndWritesTheReplyToTheLetter) {
+    Client client(server.port());
+    client.send(post("/event?x=1", "hello"));
+    const auto request = requests.take();
+    EXPECT_EQ(request.path, "/event?x=1");
+    EXPECT_EQ(request.body, "hello");
+    const QByteArray body = R"({"decision":"ask","why":"silent"})";
+    ASSERT_EQ(body.size(), 33);
+    request.hook.respond(body);
+    asio::error_code end;
+    EXPECT_EQ(client.readAll(&end),
+              "HTTP/1.1 200 OK\r\nContent-Length: 33\r\nContent-Type: application/json\r\nConnection: close\r\n\r\n" +
+                  body);
+    EXPECT_EQ(end, asio::error::eof);
+}
+
+TEST_F(EventServerTest, AssemblesARequestFromItsPieces) {
+    Client client(server.port());
+    const QByteArray bytes = post("/permission", "hello");
+    for (const char byte : bytes)
+        client.send(QByteArray(1, byte));
+    EXPECT_EQ(requests.take().body, "hello");
+    EXPECT_TRUE(requests.isEmpty());
+}
+
+TEST_F(EventServerTest, AnswersAPeerThatHasEndedItsSendingSide) {
+    Client client(server.port());
+    client.send("GET /status HTTP/1.1\r\n\r\n");
+    client.endSending();
+    const auto request = requests.take();
+    EXPECT_EQ(request.body, "");
+    std::atomic<bool> gone = false;
+    request.hook.whenGone([&] { gone = true; });
+    // Another whole exchange goes through the server's queue after the end has arrived there.
+    Client other(server.port());
+    other.send(post("/", ""));
+    requests.take().hook.respond("ok");
+    other.readAll();
+    EXPECT_FALSE(gone);
+    request.hook.respond("{}");
+    EXPECT_TRUE(client.readAll().endsWith("\r\n\r\n{}"));
+}
+
+TEST_F(EventServerTest, AnswersOnlyOnce) {
+    Client client(server.port());
+    client.send(post("/", ""));
+    const auto request = requests.take();
+    request.hook.respond("first");
+    request.hook.respond("second");
+    EXPECT_TRUE(client.readAll().endsWith("\r\n\r\nfirst"));
+    request.hook.respond("third");
+}
+
+TEST_F(EventServerTest, IsAnsweredFromAnyThreadAtAnyTime) {
+    std::vector<std::unique_ptr<Client>> clients;
+    std::vector<std::thread> threads;
+    for (int index = 0; index < 50; ++index) {
+        clients.push_back(std::make_unique<Client>(server.port()));
+        clients.back()->send(post("/", QByteArray::number(index)));
+        threads.emplace_back([request = requests.take()] { request.hook.respond("re " + request.body); });
+    }
+    for (int index = 0; index < 50; ++index)
+        EXPECT_TRUE(
+            clients[static_cast<std::size_t>(index)]->readAll().endsWith("\r\n\r\nre " + QByteArray::number(index)));
+    for (std::thread& thread : threads)
+        thread.join();
+}
+
+TEST_F(EventServerTest, SendsALongReplyWhole) {
+    Client client(server.port());
+    client.send(post("/", ""));
+    const QByteArray reply(5'000'000, 'r');
+    requests.take().hook.respond(reply);
+    EXPECT_TRUE(client.readAll().endsWith("\r\n\r\n" + reply));
+}
+
+TEST_F(EventServerTest, DoesNotLoseTheReplyToAPeerThatSentTooMuch) {
+    Client client(server.port());
+    client.send(post("/", "hello"));
+    const auto request = requests.take();
+    client.send(QByteArray(100'000, 'x'));
+    request.hook.respond("ok");
+    EXPECT_TRUE(client.readAll().endsWith("ok"));
+}
+
+class SilentlyClosed : public EventServerTest, public ::testing::WithParamInterface<QByteArray> {};
+
+TEST_P(SilentlyClosed, WithoutAReply) {
+    Client client(server.port());
+    client.send(GetParam());
+    client.endSending();
+    EXPECT_EQ(client.readAll(), "");
+    EXPECT_TRUE(requests.isEmpty());
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Requests, SilentlyClosed,
+    ::testing::Values("PUT / HTTP/1.1\r\n\r\n", "POST / HTTP/1.1\r\nContent-Length: 5\r\n\r\nhell", "nonsense", "",
+                      "POST /\xff x\r\n\r\n", "POST /permission HTTP/1.1\r\nOrigin: http://localhost:3000\r\n\r\n",
+                      QByteArray("POST / HTTP/1.1\r\nContent-Length: 2000000\r\n\r\n").leftJustified(1'000'001, 'x')));
+
+TEST_F(EventServerTest, ClosesAnOverlongRequestBeforeItsSenderIsDone) {
+    Client client(server.port());
+    client.send(QByteArray("POST / HTTP/1.1\r\nContent-Length: 2000000\r\n\r\n").leftJustified(1'500'000, 'x'));
+    EXPECT_EQ(client.readAll(), "");
+    EXPECT_TRUE(requests.isEmpty());
+}
+
+TEST_F(EventServerTest, TakesTheLargestRequest) {
+    Client client(server.port());
+    const QByteArray head = "POST / x\r\nContent-Length: 999964\r\n\r\n";
+    const QByteArray body(1'000'000 - head.size(), 'b');
+    ASSERT_EQ(body.size(), 999'964);
+    client.send(head + body);
+    EXPECT_EQ(requests.take().body, body);
+}
+
+TEST_F(EventServerTest, TellsThatAWaitingPeerWasReset) {
+    Client client(server.port());
+    client.send(post("/permission", "{}"));
+    const auto request = requests.take();
+    // Shared with the server's thread, which may still be in it when the wait ends.
+    const auto gone = std::make_shared<std::promise<void>>();
+    request.hook.whenGone([gone] { gone->set_value(); });
+    client.reset();
+    gone->get_future().wait();
+    request.hook.respond("too late");
+}
+
+TEST_F(EventServerTest, TellsOfAResetThatCameBeforeAnybodyAsked) {
+    Client client(server.port());
+    client.send(post("/permission", "{}"));
+    const auto request = requests.take();
+    client.reset();
+    while (server.connectionCount() > 0)
+        std::this_thread::yield();
+    // Shared with the server's thread, which may still be in it when the wait ends.
+    const auto gone = std::make_shared<std::promise<void>>();
+    request.hook.whenGone([gone] { gone->set_value(); });
+    gone->get_future().wait();
+}
+
+TEST_F(EventServerTest, StopsListeningButFinishesWhatIsOpen) {
+    Client client(server.port());
+    client.send(post("/", ""));
+    const auto request = requests.take();
+    const quint16 port = server.port();
+    server.stop();
+    bool refused = false;
+    while (!refused) {
+        try {
+            Client another(port);
+            another.readAll();
+        } catch (const asio::system_error&) {
+            refused = true;
+        }
+    }
+    request.hook.respond("still here");
+    EXPECT_TRUE(client.readAll().endsWith("still here"));
+}
+
+TEST_F(EventServerTest, LeavesThePortToANewServerAtOnce) {
+    const quint16 port = server.port();
+    // A connection that the server closes first leaves its port in a waiting state.
+    Client client(port);
+    client.send(post("/", ""));
+    requests.take().hook.respond("ok");
+    client.readAll();
+    server.stop();
+    std::optional<EventServer::ServerError> error = EventServer::ServerError::notReady;
+    while (error) {
+        EventServer next(port, true, requests.handler());
+        error = next.start();
+        EXPECT_TRUE(error || next.port() == port);
+    }
+}
+
+TEST_F(EventServerTest, ASecondServerOnThePortIsNotReadyAndTheFirstUnharmed) {
+    const auto before = std::chrono::steady_clock::now();
+    EventServer second(server.port(), true, [](const auto&, const auto&, const auto&) {});
+    EXPECT_EQ(second.start(), EventServer::ServerError::notReady);
+    EXPECT_LT(std::chrono::steady_clock::now() - before, 3s);
+    EXPECT_EQ(description(EventServer::ServerError::notReady), "notReady");
+    Client client(server.port());
+    client.send(post("/", ""));
+    requests.take().hook.respond("first");
+    EXPECT_TRUE(client.readAll().endsWith("first"));
+}
+
+TEST(EventServer, ClosesEverythingWhenItIsDestroyed) {
+    Requests requests;
+    auto server = std::make_unique<EventServer>(0, true, requests.handler());
+    ASSERT_EQ(server->start(), std::nullopt);
+    Client waiting(server->port());
+    waiting.send(post("/permission", "{}"));
+    Client unfinished(server->port());
+    unfinished.send("POST");
+    const auto request = requests.take();
+    while (server->connectionCount() < 2)
+        std::this_thread::yield();
+    server.reset();
+    EXPECT_EQ(waiting.readAll(), "");
+    EXPECT_EQ(unfinished.readAll(), "");
+    request.hook.respond("to nobody");
+    bool toldOfNobody = false;
+    request.hook.whenGone([&] { toldOfNobody = true; });
+    EXPECT_TRUE(toldOfNobody);
+}
+
+TEST(EventServer, NeedsNoStart) {
+    const EventServer server(0, true, [](const auto&, const auto&, const auto&) {});
+    EXPECT_EQ(server.port(), 0);
+}
+
+TEST_F(EventServerTest, RecoversWhenDescriptorsRanOut) {
+    Client parked(server.port());
+    parked.send(post("/permission", "parked"));
+    const auto parkedRequest = requests.take();
+
+    // The clients' descriptors are made first: server and clients share this process's limit.
+    asio::io_context context;
+    std::vector<tcp::socket> clients;
+    for (int index = 0; index < 8; ++index)
+        clients.emplace_back(context, tcp::v4());
+    rlimit before{};
+    getrlimit(RLIMIT_NOFILE, &before);
+    const auto restore = qScopeGuard([&] { setrlimit(RLIMIT_NOFILE, &before); });
+    // The next descriptor that the process would get is the first one beyond the limit.
+    const int next = dup(0);
+    ::close(next);
+    rlimit tight = before;
+    tight.rlim_cur = static_cast<rlim_t>(next);
+    ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &tight), 0);
+    for (tcp::socket& client : clients) {
+        client.connect({asio::ip::address_v4::loopback(), server.port()});
+        const QByteArray bytes = post("/", "late");
+        asio::write(client, asio::buffer(bytes.constData(), static_cast<std::size_t>(bytes.size())));
+    }
+    // What was parked is answered, and its descriptor lets the next one in, and so on.
+    parkedRequest.hook.respond("answer");
+    EXPECT_TRUE(parked.readAll().endsWith("answer"));
+    for (std::size_t index = 0; index < clients.size(); ++index) {
+        const auto request = requests.take();
+        EXPECT_EQ(request.body, "late");
+        request.hook.respond("in the end");
+    }
+    for (tcp::socket& client : clients) {
+        std::string reply;
+        asio::error_code end;
+        asio::read(client, asio::dynamic_buffer(reply), end);
+        EXPECT_TRUE(reply.ends_with("in the end"));
+    }
+}
+
+} // namespace
+} // namespace pelorin

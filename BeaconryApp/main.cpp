@@ -2,7 +2,11 @@
 #include "BeaconryApp/CommandLine.h"
 
 #include "BeaconryKit/platform/DescriptorLimit.h"
+#include "BeaconryKit/platform/WindowRaiser.h"
+#include "BeaconryKit/relay/NetworkTransport.h"
 #include "BeaconryKit/service/ServerPort.h"
+#include "BeaconryKit/terminal/ProcessLauncher.h"
+#include "BeaconryKit/terminal/ProcessRunner.h"
 
 #include <QGuiApplication>
 #include <QQuickWindow>
@@ -58,7 +62,17 @@ int main(int argc, char** argv) {
 
     const auto dispatch = pelorin::makeSystemDispatch();
     const auto defaults = pelorin::makeStandardUserDefaults();
-    pelorin::AppDelegate delegate(*dispatch, *defaults);
+    pelorin::ProcessRunner runner;
+    pelorin::ProcessLauncher launcher;
+    const auto raiser = pelorin::makeWindowRaiser();
+    pelorin::NetworkTransport network;
+    pelorin::AppDelegate delegate({.dispatch = *dispatch,
+                                   .defaults = *defaults,
+                                   .runner = runner,
+                                   .launcher = launcher,
+                                   .raiser = *raiser,
+                                   .http = network,
+                                   .sockets = network});
     const quint16 port = pelorin::serverPort(qgetenv(pelorin::serverPortVariable));
     if (const auto alert = delegate.start(port, findDisplay(platformWasChosenByUser))) {
         std::fprintf(stderr, "%s\n%s\n", qUtf8Printable(alert->messageText), qUtf8Printable(alert->informativeText));

@@ -1,0 +1,92 @@
+#pragma once
+
+#include "BeaconryApp/AppDelegate.h"
+#include "tests/support/FakeHTTPTransport.h"
+#include "tests/support/FakeSocketTransport.h"
+#include "tests/support/ManualDispatch.h"
+#include "tests/support/MemoryUserDefaults.h"
+#include "tests/support/RecordingRunner.h"
+
+#include "BeaconryKit/platform/WindowRaiser.h"
+#include "BeaconryKit/terminal/CommandLauncher.h"
+
+#include <QCoreApplication>
+#include <gmock/gmock.h>
+
+namespace pelorin {
+
+/// Notes the commands that it is to start, the path first.
+class RecordingLauncher final : public CommandLauncher {
+public:
+    void start(const QString& path, const QStringList& arguments) override {
+        launches.append(QStringList(path) + arguments);
+    }
+
+    QList<QStringList> launches;
+};
+
+/// Notes the terminals whose windows it is to raise.
+class RecordingRaiser final : public WindowRaiser {
+public:
+    void raise(const QString& ttyDevicePath) override { raised.append(ttyDevicePath); }
+
+    QStringList raised;
+};
+
+/// The whole application without a screen, on a manual clock and without a network.
+class DelegateFixture : public ::testing::Test {
+protected:
+    explicit DelegateFixture(const QJsonObject& settings = {}) : defaults(settings) {}
+
+    void start() { ASSERT_EQ(delegate.start(0, Display::absent), std::nullopt); }
+
+    /// Lets everything happen that is due: a change is announced to a later turn, and what follows may be a change too.
+    void settle() {
+        for (int turn = 0; turn < 3; ++turn) {
+            QCoreApplication::sendPostedEvents();
+            dispatch.runDue();
+        }
+    }
+
+    /// Puts a row on screen for which a hook waits, whose reply is noted in `replies`.
+    AskEvent parked(const QString& requestId) {
+        AskEvent ask = row(requestId);
+        delegate.router().park(requestId, 45, [this](const QByteArray& reply) { replies.append(reply); });
+        return ask;
+    }
+
+    /// Puts a row on screen: in tmux, for which no hook waits.
+    AskEvent row(const QString& requestId = {}) {
+        AskEvent ask{.sessionId = QStringLiteral("session"),
+                     .tty = QStringLiteral("pts/7"),
+                     .requestId = requestId,
+                     .tmuxPane = QStringLiteral("%3")};
+        delegate.store().upsert(ask);
+        return ask;
+    }
+
+    QStringList shownIds() {
+        QStringList ids;
+        for (const AskRow& ask : delegate.store().asks())
+            ids.append(ask->id());
+        return ids;
+    }
+
+    ManualDispatch dispatch;
+    MemoryUserDefaults defaults;
+    RecordingRunner runner;
+    RecordingLauncher launcher;
+    RecordingRaiser raiser;
+    FakeHTTPTransport http;
+    FakeSocketTransport sockets{dispatch};
+    AppDelegate delegate{{.dispatch = dispatch,
+                          .defaults = defaults,
+                          .runner = runner,
+                          .launcher = launcher,
+                          .raiser = raiser,
+                          .http = http,
+                          .sockets = sockets}};
+    QList<QByteArray> replies;
+};
+
+} // namespace pelorin

@@ -1,0 +1,134 @@
+#include "BeaconryApp/AppDelegate.h"
+#include "tests/support/EventLoop.h"
+#include "tests/support/FakeHTTPTransport.h"
+#include "tests/support/FakeSocketTransport.h"
+#include "tests/support/MemoryUserDefaults.h"
+#include "tests/support/TestProcess.h"
+#include "tests/support/TmuxServer.h"
+
+#include "BeaconryKit/platform/WindowRaiser.h"
+#include "BeaconryKit/terminal/ProcessLauncher.h"
+#include "BeaconryKit/terminal/ProcessRunner.h"
+
+#include <QAccessible>
+#include <QFile>
+#include <QGuiApplication>
+#include <QQuickItem>
+#include <QQuickWindow>
+#include <QTest>
+#include <gmock/gmock.h>
+
+namespace pelorin {
+namespace {
+
+/// The visible item below `root` that bears the accessible name.
+QQuickItem* findItem(QQuickItem* root, const QString& name) {
+    if (!root->isVisible())
+        return nullptr;
+    QAccessibleInterface* const accessible = QAccessible::queryAccessibleInterface(root);
+    if (accessible && accessible->text(QAccessible::Name) == name)
+        return root;
+    for (QQuickItem* child : root->childItems()) {
+        if (QQuickItem* const found = findItem(child, name))
+            return found;
+    }
+    return nullptr;
+}
+
+/// The whole application with its panel, a real tmux with a program that asks in one of its panes, and the real hook
+/// that announces it.
+class TerminalRoad : public ::testing::Test {
+protected:
+    void SetUp() override {
+        tmux.newSession("work", "exec sleep 600");
+        pane = tmux.newWindow(
+            "work", QString("exec '" PELORIN_SOURCE_DIR "/tests/fixtures/programs/asking.sh' '%1'").arg(answersPath()));
+        ASSERT_TRUE(eventually([&] { return tmux.run({"capture-pane", "-p", "-t", pane}).contains("3. No"); }));
+        ASSERT_EQ(delegate.start(0, Display::present), std::nullopt);
+        announce();
+        ASSERT_TRUE(eventually([&] { return delegate.store().asks().size() == 1; }));
+    }
+
+    void announce() {
+        QFile payload(PELORIN_SOURCE_DIR "/tests/fixtures/payloads/claude/tui/Notification.permission_prompt.json");
+        ASSERT_TRUE(payload.open(QIODevice::ReadOnly));
+        hook = TestProcess::start({.command = {PELORIN_SOURCE_DIR "/hooks/claude-notify-hook.sh"},
+                                   .environment = {"PATH=/usr/bin:/bin", "TMUX_PANE=" + pane.toStdString(),
+                                                   "BEACONRY_PORT=" + std::to_string(delegate.port()),
+                                                   "PELORIN_HOOK_HELPER=" PELORIN_BINARY_DIR "/pelorin-hook"},
+                                   .channels = ChildOptions::Channels::sockets});
+        EXPECT_TRUE(hook->writeInput(payload.readAll().toStdString()));
+        hook->closeInput();
+    }
+
+    QString answersPath() const { return tmux.filePath("answers"); }
+    QString answered() const {
+        QFile file(answersPath());
+        return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : QString();
+    }
+
+    QQuickItem* control(const QString& name) {
+        for (QWindow* window : QGuiApplication::allWindows()) {
+            auto* const panel = qobject_cast<QQuickWindow*>(window);
+            if (QQuickItem* const item = panel ? findItem(panel->contentItem(), name) : nullptr)
+                return item;
+        }
+        return nullptr;
+    }
+    /// Clicks the control, again and again while the panel settles, until the click has had its effect.
+    template <class Condition>
+    bool clickUntil(const QString& name, Condition isDone) {
+        return eventually([&] {
+            if (isDone())
+                return true;
+            if (QQuickItem* const item = control(name)) {
+                const QPoint middle = item->mapToScene({item->width() / 2, item->height() / 2}).toPoint();
+                QTest::mouseClick(item->window(), Qt::LeftButton, {}, middle);
+            }
+            return isDone();
+        });
+    }
+
+    TmuxServer tmux;
+    QString pane;
+    const std::unique_ptr<Dispatch> dispatch = makeSystemDispatch();
+    MemoryUserDefaults defaults{{{"relayURL", ""}}};
+    ProcessRunner runner;
+    ProcessLauncher launcher;
+    const std::unique_ptr<WindowRaiser> raiser = makeWindowRaiser();
+    FakeHTTPTransport http;
+    FakeSocketTransport sockets{*dispatch};
+    AppDelegate delegate{{.dispatch = *dispatch,
+                          .defaults = defaults,
+                          .runner = runner,
+                          .launcher = launcher,
+                          .raiser = *raiser,
+                          .http = http,
+                          .sockets = sockets}};
+    std::unique_ptr<TestProcess> hook;
+};
+
+TEST_F(TerminalRoad, TheQuestionUnfoldsAndAPickReachesThePane) {
+    const auto isUnfolded = [&] {
+        return delegate.store().asks().at(0)->options.size() == 3;
+    };
+    ASSERT_TRUE(clickUntil("Show details", isUnfolded));
+    EXPECT_THAT(delegate.store().asks().at(0)->detail.toStdString(), ::testing::HasSubstr("Do you want to proceed?"));
+    const auto isGone = [&] {
+        return delegate.store().asks().isEmpty();
+    };
+    ASSERT_TRUE(clickUntil("Yes, and don't ask again", isGone));
+    EXPECT_TRUE(eventually([&] { return answered() == "2\n"; })) << answered().toStdString();
+}
+
+TEST_F(TerminalRoad, JumpChoosesTheWindow) {
+    const auto current = [&] {
+        return tmux.run({"display-message", "-p", "-t", "work", "#{pane_id}"});
+    };
+    ASSERT_NE(current(), pane);
+    EXPECT_TRUE(clickUntil("Jump", [&] { return delegate.store().asks().isEmpty(); }));
+    EXPECT_TRUE(eventually([&] { return current() == pane; }));
+}
+
+} // namespace
+} // namespace pelorin

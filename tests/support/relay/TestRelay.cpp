@@ -379,6 +379,7 @@ QByteArray TestRelay::reply(const TestRelayRequest& request) {
     if (path == "/provision" && request.method == "POST") {
         const QString token = newToken();
         addToken(token);
+        emit tokenHandedOut(token);
         return jsonReply({{"token", token}});
     }
     const QString token = request.token();

@@ -175,6 +175,8 @@ public:
 
 signals:
     void requestArrived(const QByteArray& path);
+    /// A computer that had no token got this one.
+    void tokenHandedOut(const QString& token);
     void socketOpened(pelorin::TestRelaySocket* socket);
 
 protected:

@@ -12,10 +12,10 @@ namespace pelorin {
 
 /// HTTP requests and WebSockets over the network, on a thread of their own.
 ///
-/// The system's certificate authorities and proxies count; a certificate that does not hold refuses the connection.
-/// Addresses of this machine are never reached through a proxy. Redirects are followed within the same origin (scheme,
-/// host and port) only, so that neither the token nor what is sent ever goes to somebody else. What was refused is said
-/// in the log category `pelorin.relay`.
+/// The system's proxies and certificate authorities count (see `tlsTrust`); a certificate that does not hold refuses
+/// the connection. Addresses of this machine are never reached through a proxy. Redirects are followed within the same
+/// origin (scheme, host and port) only, so that neither the token nor what is sent ever goes to somebody else. What was
+/// refused is said in the log category `pelorin.relay`.
 ///
 /// Owned by the application, made after the application object and destroyed before it, on the main thread; those who
 /// use it are to be destroyed first.

@@ -2,6 +2,7 @@
 
 #include "BeaconryKit/relay/ProxyChoice.h"
 #include "BeaconryKit/relay/RelayLog.h"
+#include "BeaconryKit/relay/TlsTrust.h"
 
 #include <QNetworkRequest>
 #include <QSslError>
@@ -120,6 +121,8 @@ void RequestRunner::send(const ExchangePointer& exchange) {
     for (const auto& [name, value] : request.headers)
         networkRequest.setRawHeader(name, value);
     networkRequest.setHeader(QNetworkRequest::UserAgentHeader, QStringLiteral("Pelorin"));
+    if (request.url.scheme() == QLatin1String("https"))
+        networkRequest.setSslConfiguration(tlsTrust());
     // The toolkit takes all headers along to wherever it is redirected, and may send a redirected request twice.
     networkRequest.setAttribute(QNetworkRequest::RedirectPolicyAttribute, QNetworkRequest::ManualRedirectPolicy);
     // A request that is given up takes its connection with it, so that the next one finds out by itself whether the way

@@ -5,6 +5,7 @@
 #include "BeaconryKit/relay/ProxyChoice.h"
 #include "BeaconryKit/relay/RelayLog.h"
 #include "BeaconryKit/relay/RequestRunner.h"
+#include "BeaconryKit/relay/TlsTrust.h"
 
 #include <QNetworkRequest>
 #include <QPointer>
@@ -48,6 +49,8 @@ void SocketConnection::resume() {
     // One message and the head of its frame, or of the handshake: what does not fit waits at the other end.
     m_socket->setReadBufferSize(m_limits.message + 65'536);
     m_socket->setProxy(ProxyChoice::forSocket(m_request.url));
+    if (m_request.url.scheme() == QLatin1String("wss"))
+        m_socket->setSslConfiguration(tlsTrust());
     connect(m_socket, &QWebSocket::connected, this, &SocketConnection::opened);
     connect(m_socket, &QWebSocket::textMessageReceived, this, [this](const QString& text) {
         arrived({SocketMessage::Kind::text, text.toUtf8()});

@@ -333,6 +333,20 @@ TEST_F(HTTPRequestsTest, TellNothingToARelayWithAnExpiredCertificate) {
     EXPECT_THAT(relay.requests(), IsEmpty());
 }
 
+TEST_F(HTTPRequestsTest, TrustTheAuthorityThatTheEnvironmentNames) {
+    const LogCapture log("pelorin.relay");
+    useTls();
+    ASSERT_TRUE(relay.start());
+    {
+        const NamedAuthority missing(folder.filePath("missing.pem"));
+        EXPECT_EQ(outcome(get("/poll")), std::nullopt);
+        EXPECT_TRUE(log.contains("SSL_CERT_FILE"));
+    }
+    const NamedAuthority named(certificates->authority);
+    transport.emplace();
+    EXPECT_EQ(outcome(get("/poll")), (HTTPReply{200, R"({"decisions":[]})"}));
+}
+
 TEST_F(HTTPRequestsTest, AreLoggedWithoutWhatIsSecret) {
     const LogCapture log("pelorin.relay");
     ASSERT_TRUE(relay.start());

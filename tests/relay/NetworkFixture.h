@@ -31,6 +31,26 @@ private:
     const QSslConfiguration m_before;
 };
 
+/// Names the authority in SSL_CERT_FILE, as a user does who cannot add it to the system, until it goes.
+class NamedAuthority {
+public:
+    explicit NamedAuthority(const QString& certificateFile) : m_before(qgetenv(name)) {
+        qputenv(name, certificateFile.toLocal8Bit());
+    }
+    ~NamedAuthority() {
+        if (m_before.isNull())
+            qunsetenv(name);
+        else
+            qputenv(name, m_before);
+    }
+    NamedAuthority(const NamedAuthority&) = delete;
+    NamedAuthority& operator=(const NamedAuthority&) = delete;
+
+private:
+    static constexpr const char* name = "SSL_CERT_FILE";
+    const QByteArray m_before;
+};
+
 /// A test relay over real sockets and, in a folder of its own, certificates for it.
 class NetworkFixture : public ::testing::Test {
 protected:

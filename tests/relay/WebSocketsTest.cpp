@@ -522,6 +522,52 @@ TEST_F(WebSocketsTest, TellNothingToARelayWithACertificateForAnotherName) {
     EXPECT_THAT(relay.requests(), IsEmpty());
 }
 
+TEST_F(WebSocketsTest, TellNothingToARelayWithAnExpiredCertificate) {
+    useTls(TestCertificates::Server::expired);
+    const TrustedAuthority trusted(certificates->authority);
+    transport.emplace();
+    ASSERT_TRUE(relay.start());
+    task = open();
+    reader.follow(task);
+    EXPECT_TRUE(fails());
+    EXPECT_THAT(relay.requests(), IsEmpty());
+}
+
+TEST_F(WebSocketsTest, TrustTheAuthorityThatTheEnvironmentNames) {
+    useTls();
+    const NamedAuthority named(certificates->authority);
+    ASSERT_TRUE(relay.start());
+    EXPECT_TRUE(opened());
+}
+
+TEST_F(WebSocketsTest, AreLoggedWithoutWhatIsSecret) {
+    const LogCapture log("pelorin.relay");
+    ASSERT_TRUE(relay.start());
+    SocketRequest secret = request();
+    secret.url.setPath("/t0ken/ws-mac");
+    secret.url.setQuery("t=t0ken");
+    secret.url.setUserInfo("ann:t0ken");
+    secret.timeout = 200ms;
+    const auto failsWith = [&](const QByteArray& authorization) {
+        secret.headers = {{"Authorization", authorization}};
+        Reader ofThis;
+        const auto failing = transport->makeTask(secret);
+        failing->resume();
+        failing->send("t0ken");
+        ofThis.follow(failing);
+        EXPECT_TRUE(eventually([&] { return ofThis.hasFailed(); }));
+    };
+    for (const TestRelayAnswer& answer :
+         {TestRelayAnswer::status(401, "t0ken"), TestRelayAnswer{Kind::close, {}}, TestRelayAnswer{Kind::silence, {}},
+          TestRelayAnswer::status(302, {}, {{"Location", "http://other.test/t0ken?t=t0ken"}})}) {
+        relay.answer("/t0ken/ws-mac", answer);
+        failsWith("Bearer t0ken");
+    }
+    failsWith("Bearer t0ken\n");
+    EXPECT_GE(log.messages().size(), 5) << "Every failure leaves a line.";
+    EXPECT_FALSE(log.contains("t0ken")) << log.messages().join('\n').toStdString();
+}
+
 TEST_F(WebSocketsTest, LetTheSystemWatchTheirPeer) {
     ASSERT_TRUE(relay.start());
     ASSERT_TRUE(opened());

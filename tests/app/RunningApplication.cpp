@@ -37,8 +37,9 @@ std::string roundTrip(std::uint16_t port, const std::string& request) {
 
 } // namespace
 
-RunningApplication::RunningApplication(const QJsonObject& settings, Screen screen, const std::string& display)
-    : m_screen(screen), m_display(display), m_port(freePort()) {
+RunningApplication::RunningApplication(const QJsonObject& settings, Screen screen, const std::string& display,
+                                       std::vector<std::string> additional)
+    : m_screen(screen), m_display(display), m_additional(std::move(additional)), m_port(freePort()) {
     if (!settings.isEmpty()) {
         QDir().mkpath(m_home.filePath(".config/com.pelorin.manager"));
         QFile file(m_home.filePath(".config/com.pelorin.manager/defaults.json"));
@@ -61,6 +62,7 @@ std::vector<std::string> RunningApplication::environment() const {
         "HOME=" + m_home.path().toStdString(), "XDG_RUNTIME_DIR=" + m_home.path().toStdString(),
         "BEACONRY_PORT=" + std::to_string(m_port), std::string("PATH=") + std::getenv("PATH"),
         "PELORIN_HOOK_HELPER=" PELORIN_BINARY_DIR "/pelorin-hook"};
+    variables.insert(variables.end(), m_additional.begin(), m_additional.end());
     if (m_screen == Screen::offscreen)
         variables.emplace_back("QT_QPA_PLATFORM=offscreen");
     if (m_screen == Screen::x11)
@@ -113,6 +115,18 @@ bool RunningApplication::homeContains(const QString& name) const {
                         QDirIterator::Subdirectories)
         .hasNext();
 }
+
+std::string capturedPayload(const char* name) {
+    QFile file(QStringLiteral(PELORIN_SOURCE_DIR "/tests/fixtures/payloads/claude/tui/%1.json").arg(name));
+    EXPECT_TRUE(file.open(QIODevice::ReadOnly)) << name;
+    return file.readAll().toStdString();
+}
+
+const std::string allowedByHook =
+    R"({"hookSpecificOutput":{"hookEventName":"PermissionRequest","decision":{"behavior":"allow"}}})";
+const std::string deniedByHook =
+    R"({"hookSpecificOutput":{"hookEventName":"PermissionRequest","decision":{"behavior":"deny",)"
+    R"("message":"Denied in Pelorin."}}})";
 
 FinishedProgram runProgram(const std::vector<std::string>& command, const std::vector<std::string>& environment) {
     const auto process = TestProcess::start({.command = command, .environment = environment});

@@ -17,9 +17,10 @@ class RunningApplication {
 public:
     enum class Screen { none, offscreen, x11 };
 
-    /// Starts it with these settings stored and waits until it answers. `display` names the X11 display.
+    /// Starts it with these settings stored and waits until it answers. `display` names the X11 display; `additional`
+    /// are more variables of its environment, as "NAME=value".
     explicit RunningApplication(const QJsonObject& settings = {}, Screen screen = Screen::offscreen,
-                                const std::string& display = {});
+                                const std::string& display = {}, std::vector<std::string> additional = {});
 
     TestProcess& process() { return *m_process; }
     std::uint16_t port() const { return m_port; }
@@ -50,9 +51,17 @@ private:
     QTemporaryDir m_home;
     Screen m_screen;
     std::string m_display;
+    std::vector<std::string> m_additional;
     std::uint16_t m_port;
     std::unique_ptr<TestProcess> m_process;
 };
+
+/// What Claude Code was seen to send; the name is that of a captured payload without its ending.
+std::string capturedPayload(const char* name);
+
+/// What the permission hook prints when the request was allowed, and when it was denied.
+extern const std::string allowedByHook;
+extern const std::string deniedByHook;
 
 /// Runs a program to its end.
 struct FinishedProgram {

@@ -24,13 +24,13 @@ QList<QByteArray> statFields(const QString& process) {
     return line.isEmpty() ? QList<QByteArray>() : line.sliced(line.lastIndexOf(')') + 2).split(' ');
 }
 
-QList<pid_t> children(bool ended) {
+QList<pid_t> children(pid_t parent, bool ended) {
     QList<pid_t> found;
     for (const QString& process : QDir("/proc").entryList(QDir::Dirs)) {
         if (!process.front().isDigit())
             continue;
         const QList<QByteArray> fields = statFields(process);
-        if (fields.size() > 1 && fields[1].toInt() == getpid() && (fields[0] == "Z") == ended)
+        if (fields.size() > 1 && fields[1].toInt() == parent && (fields[0] == "Z") == ended)
             found.append(process.toInt());
     }
     return found;
@@ -39,11 +39,15 @@ QList<pid_t> children(bool ended) {
 } // namespace
 
 QList<pid_t> zombies() {
-    return children(true);
+    return children(getpid(), true);
 }
 
 QList<pid_t> runningChildren() {
-    return children(false);
+    return runningChildren(getpid());
+}
+
+QList<pid_t> runningChildren(pid_t parent) {
+    return children(parent, false);
 }
 
 bool isRunningProcess(pid_t process) {

@@ -11,8 +11,9 @@ namespace pelorin {
 /// The children of this process that have ended and that nobody has waited for.
 QList<pid_t> zombies();
 
-/// The running children of this process, zombies left out.
+/// The running children of this process, or of another, zombies left out.
 QList<pid_t> runningChildren();
+QList<pid_t> runningChildren(pid_t parent);
 
 /// Whether the process runs; one that has only ended and not been waited for does not.
 bool isRunningProcess(pid_t process);

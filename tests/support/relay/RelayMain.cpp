@@ -64,7 +64,7 @@ int main(int argc, char** argv) {
             return 1;
         }
         relay.useTls(certificates->certificate, certificates->key);
-        out << "The system must trust  " << certificates->authority << Qt::endl;
+        out << "Start Pelorin with SSL_CERT_FILE=" << certificates->authority << "\n\n";
     }
     bool isNumber = false;
     const quint16 number = parser.value(port).toUShort(&isNumber);

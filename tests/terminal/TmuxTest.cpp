@@ -1,13 +1,17 @@
 #include "tests/support/Eventually.h"
 #include "tests/support/ManualDispatch.h"
 #include "tests/support/MemoryUserDefaults.h"
+#include "tests/support/Processes.h"
+#include "tests/support/RecordingRaiser.h"
 #include "tests/support/TmuxServer.h"
 
 #include "BeaconryKit/terminal/AnswerRouter.h"
 #include "BeaconryKit/terminal/ExpandedAsk.h"
+#include "BeaconryKit/terminal/ProcessLauncher.h"
 #include "BeaconryKit/terminal/ProcessRunner.h"
 #include "BeaconryKit/terminal/PromptParser.h"
 #include "BeaconryKit/terminal/TerminalCapture.h"
+#include "BeaconryKit/terminal/TerminalFocus.h"
 
 #include <QFile>
 #include <gmock/gmock.h>
@@ -97,6 +101,38 @@ TEST_F(TmuxTest, AnswersReachTheirOwnPaneAmongMany) {
     EXPECT_TRUE(eventually([&] { return answered() == "first\n"; }));
     EXPECT_FALSE(QFile::exists(server.filePath("second")));
     EXPECT_FALSE(QFile::exists(server.filePath("third")));
+}
+
+TEST_F(TmuxTest, FocusSelectsTheWindowAndThePane) {
+    const QString first = target.tmuxPane;
+    const QString second = server.splitPane(first, "exec sleep 1000");
+    const QString third = server.newWindow("work", "exec sleep 1000");
+    const auto isSelected = [&](const QString& pane) {
+        return eventually([&] { return server.run({"display-message", "-p", "-t", "work", "#{pane_id}"}) == pane; });
+    };
+    ASSERT_TRUE(isSelected(first));
+    ProcessLauncher launcher;
+    RecordingRaiser raiser;
+    TerminalFocus focus(launcher, raiser);
+    focus.focus(AskEvent{.sessionId = "s1", .tmuxPane = third});
+    EXPECT_TRUE(isSelected(third));
+    // The window of the pane is another one now, and in it another pane than it had.
+    focus.focus(SessionInfo{.sessionId = "s2", .tmuxPane = second});
+    EXPECT_TRUE(isSelected(second));
+    focus.focus(TerminalFocus::Place{.tmuxPane = first});
+    EXPECT_TRUE(isSelected(first));
+    // A pane that has gone leaves everything as it is. The launches end before the last look.
+    focus.focus(TerminalFocus::Place{.tmuxPane = "%99"});
+    EXPECT_TRUE(eventually([] { return runningChildren().isEmpty(); }));
+    EXPECT_TRUE(isSelected(first));
+}
+
+TEST_F(TmuxTest, TheTextFormOfFocusIsAShellsCommandLine) {
+    const QString other = server.newWindow("work", "exec sleep 1000");
+    const auto line = TerminalFocus::script(TerminalFocus::Place{.tmuxPane = other});
+    ASSERT_TRUE(line);
+    EXPECT_EQ(runner.run("sh", {"-c", *line}), "");
+    EXPECT_EQ(server.run({"display-message", "-p", "-t", "work", "#{pane_id}"}), other);
 }
 
 TEST_F(TmuxTest, AVanishedPaneIsNoError) {

@@ -122,11 +122,17 @@ struct PtyShell::State {
         return true;
     }
 
-    /// The shell has exited. What it printed last comes first; a job that it left behind may print on for ever.
-    void noteExit(const std::weak_ptr<const FileDescriptor>& source) {
+    /// Reads while there is something, but not for ever: other tasks wait in the queue. Coming back to the queue for
+    /// each piece would cost more than the reading itself.
+    void readWhatIsThere(const std::weak_ptr<const FileDescriptor>& source) {
         constexpr int mostReads = 64;
         for (int reads = 0; reads < mostReads && readOnce(source); ++reads) {
         }
+    }
+
+    /// The shell has exited. What it printed last comes first; a job that it left behind may print on for ever.
+    void noteExit(const std::weak_ptr<const FileDescriptor>& source) {
+        readWhatIsThere(source);
         onOutput(QByteArrayLiteral("\r\n[shell exited]\r\n"));
     }
 
@@ -175,7 +181,7 @@ std::unique_ptr<PtyShell::Session> PtyShell::State::launch(const std::shared_ptr
     state->queue.with([&](TaskQueue* taskQueue) {
         session->readSource = ReadSource::start(master, *taskQueue, [weakState, weakMaster] {
             if (const auto current = weakState.lock())
-                current->readOnce(weakMaster);
+                current->readWhatIsThere(weakMaster);
         });
     });
     return session->readSource ? std::move(session) : nullptr;

@@ -20,6 +20,9 @@ public:
         m_expression = uregex_open(pattern, -1, 0, nullptr, &status);
         // Long lines of blanks need more than the default.
         uregex_setStackLimit(m_expression, 0, &status);
+        // In steps of the engine, about a millisecond each: some lines of blanks take it a time that grows as the cube
+        // of their length.
+        uregex_setTimeLimit(m_expression, 200, &status);
         if (U_FAILURE(status))
             std::abort();
     }

@@ -61,7 +61,9 @@ std::vector<std::string> RunningApplication::environment() const {
     std::vector<std::string> variables{
         "HOME=" + m_home.path().toStdString(), "XDG_RUNTIME_DIR=" + m_home.path().toStdString(),
         "BEACONRY_PORT=" + std::to_string(m_port), std::string("PATH=") + std::getenv("PATH"),
-        "PELORIN_HOOK_HELPER=" PELORIN_BINARY_DIR "/pelorin-hook"};
+        "PELORIN_HOOK_HELPER=" PELORIN_BINARY_DIR "/pelorin-hook",
+        // Nobody answers there: what would go to another machine stays on this one.
+        "all_proxy=http://127.0.0.1:9", "https_proxy=http://127.0.0.1:9"};
     variables.insert(variables.end(), m_additional.begin(), m_additional.end());
     if (m_screen == Screen::offscreen)
         variables.emplace_back("QT_QPA_PLATFORM=offscreen");

@@ -45,7 +45,7 @@ async function refresh() {
     }
     const state = await reply.json();
     document.getElementById('state').textContent =
-        state.computers + ' computer connections, ' + state.asks.length + ' waiting';
+        'Connections of computers: ' + state.computers + ', waiting: ' + state.asks.length;
     const output = document.getElementById('output');
     if (output.textContent !== state.output) {
         output.textContent = state.output;
@@ -68,7 +68,7 @@ async function refresh() {
 document.getElementById('line').onsubmit = event => {
     event.preventDefault();
     const input = document.getElementById('input');
-    call('terminal', {type: 'term-in', data: input.value + '\n'});
+    call('terminal', {type: 'term-in', data: input.value + '\r'});
     input.value = '';
 };
 document.getElementById('fresh').onclick = () => call('terminal', {type: 'term-new'});

@@ -66,9 +66,16 @@ QStringList namesMissing(const QVariantMap& properties, const QVariantMap& other
 
 } // namespace
 
-DBusMenu::DBusMenu(QObject* parent) : QObject(parent) {
+DBusMenu::DBusMenu(std::function<void(const MenuItem&)> onTriggered)
+    : m_onTriggered(std::move(onTriggered)), m_tree(treeOf({})) {
     registerDBusMenuTypes();
-    setMenu({});
+}
+
+DBusMenu::Tree DBusMenu::treeOf(const Menu& menu) {
+    Tree tree;
+    tree.nodes.emplace(rootId, Node{{}, {{QStringLiteral("children-display"), QStringLiteral("submenu")}}, {}});
+    addChildren(tree, rootId, menu);
+    return tree;
 }
 
 bool DBusMenu::Identity::operator<(const Identity& other) const {
@@ -98,18 +105,15 @@ void DBusMenu::addChildren(Tree& tree, int parentId, const Menu& menu) {
 }
 
 void DBusMenu::setMenu(const Menu& menu) {
-    Tree tree;
-    tree.nodes.emplace(rootId, Node{{}, {{QStringLiteral("children-display"), QStringLiteral("submenu")}}, {}});
-    addChildren(tree, rootId, menu);
-    std::swap(m_tree, tree);
-    announceProperties(tree);
-    if (!hasLayoutOf(tree))
+    const Tree previous = std::exchange(m_tree, treeOf(menu));
+    announceProperties(previous);
+    if (!hasLayoutOf(previous))
         emit LayoutUpdated(++m_revision, rootId);
 }
 
 void DBusMenu::announceProperties(const Tree& previous) {
-    DBusMenuItemPropertiesList updated;
-    DBusMenuItemPropertyNamesList removed;
+    QList<DBusMenuItemProperties> updated;
+    QList<DBusMenuItemPropertyNames> removed;
     for (const auto& [id, node] : m_tree.nodes) {
         const auto before = previous.nodes.find(id);
         // A new item's properties are read with the layout.
@@ -158,8 +162,8 @@ uint DBusMenu::GetLayout(int parentId, int recursionDepth, const QStringList& pr
     return m_revision;
 }
 
-DBusMenuItemPropertiesList DBusMenu::GetGroupProperties(const QList<int>& ids, const QStringList& propertyNames) {
-    DBusMenuItemPropertiesList properties;
+QList<DBusMenuItemProperties> DBusMenu::GetGroupProperties(const QList<int>& ids, const QStringList& propertyNames) {
+    QList<DBusMenuItemProperties> properties;
     for (const auto& [id, node] : m_tree.nodes) {
         if (ids.isEmpty() || ids.contains(id))
             properties << DBusMenuItemProperties{id, selected(node.properties, propertyNames)};
@@ -179,7 +183,7 @@ QDBusVariant DBusMenu::GetProperty(int id, const QString& name) {
 void DBusMenu::handleEvent(int id, const QString& eventId) {
     const MenuItem& item = m_tree.nodes.at(id).item;
     if (eventId == u"clicked" && item.isEnabled && item.kind == MenuItem::Kind::standard)
-        emit triggered(item);
+        m_onTriggered(item);
 }
 
 void DBusMenu::Event(int id, const QString& eventId, const QDBusVariant&, uint) {
@@ -187,7 +191,7 @@ void DBusMenu::Event(int id, const QString& eventId, const QDBusVariant&, uint) 
         handleEvent(id, eventId);
 }
 
-QList<int> DBusMenu::EventGroup(const DBusMenuEventList& events) {
+QList<int> DBusMenu::EventGroup(const QList<DBusMenuEvent>& events) {
     QList<int> unknown;
     for (const DBusMenuEvent& event : events) {
         if (isKnown(event.id))

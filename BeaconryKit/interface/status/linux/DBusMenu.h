@@ -6,6 +6,7 @@
 #include <QDBusContext>
 #include <QObject>
 
+#include <functional>
 #include <map>
 
 namespace pelorin {
@@ -22,7 +23,8 @@ class DBusMenu final : public QObject, protected QDBusContext {
     Q_PROPERTY(QStringList IconThemePath READ iconThemePath CONSTANT FINAL)
 
 public:
-    explicit DBusMenu(QObject* parent = nullptr);
+    /// `onTriggered` is told which item the user has chosen, within the desktop's call; it is enabled.
+    explicit DBusMenu(std::function<void(const MenuItem& item)> onTriggered);
 
     /// Replaces the menu, and tells desktops what has changed.
     void setMenu(const Menu& menu);
@@ -38,24 +40,22 @@ public slots:
     Q_SCRIPTABLE uint GetLayout(int parentId, int recursionDepth, const QStringList& propertyNames,
                                 pelorin::DBusMenuLayoutItem& layout);
     /// The properties of these items; no numbers ask for all items.
-    Q_SCRIPTABLE pelorin::DBusMenuItemPropertiesList GetGroupProperties(const QList<int>& ids,
-                                                                        const QStringList& propertyNames);
+    Q_SCRIPTABLE QList<pelorin::DBusMenuItemProperties> GetGroupProperties(const QList<int>& ids,
+                                                                           const QStringList& propertyNames);
     Q_SCRIPTABLE QDBusVariant GetProperty(int id, const QString& name);
     /// Something happened to an item; of interest is that it was "clicked". The time is the display server's, in
     /// milliseconds.
     Q_SCRIPTABLE void Event(int id, const QString& eventId, const QDBusVariant& data, uint timestamp);
     /// Returns the numbers that are not known.
-    Q_SCRIPTABLE QList<int> EventGroup(const pelorin::DBusMenuEventList& events);
+    Q_SCRIPTABLE QList<int> EventGroup(const QList<pelorin::DBusMenuEvent>& events);
     /// Whether the item's children have to be read again before they are shown: never, they are always up to date.
     Q_SCRIPTABLE bool AboutToShow(int id);
     Q_SCRIPTABLE QList<int> AboutToShowGroup(const QList<int>& ids, QList<int>& idErrors);
 
 signals:
-    Q_SCRIPTABLE void ItemsPropertiesUpdated(const pelorin::DBusMenuItemPropertiesList& updatedProps,
-                                             const pelorin::DBusMenuItemPropertyNamesList& removedProps);
+    Q_SCRIPTABLE void ItemsPropertiesUpdated(const QList<pelorin::DBusMenuItemProperties>& updatedProps,
+                                             const QList<pelorin::DBusMenuItemPropertyNames>& removedProps);
     Q_SCRIPTABLE void LayoutUpdated(uint revision, int parent);
-    /// The user chose this item, which is enabled.
-    void triggered(const pelorin::MenuItem& item);
 
 private:
     // What makes an item the same one in two menus: where it stands, what it does, to what, and how many of its like
@@ -79,6 +79,7 @@ private:
         std::map<int, Node> nodes;
     };
 
+    Tree treeOf(const Menu& menu);
     void addChildren(Tree& tree, int parentId, const Menu& menu);
     int idFor(const Identity& identity);
     void announceProperties(const Tree& previous);
@@ -88,6 +89,7 @@ private:
     bool isKnown(int id) const { return m_tree.nodes.contains(id); }
     bool requireItem(int id);
 
+    std::function<void(const MenuItem&)> m_onTriggered;
     Tree m_tree;
     int m_lastId = 0;
     uint m_revision = 1;

@@ -75,11 +75,11 @@ const QDBusArgument& operator>>(const QDBusArgument& argument, DBusMenuEvent& ev
 void registerDBusMenuTypes() {
     qDBusRegisterMetaType<DBusMenuLayoutItem>();
     qDBusRegisterMetaType<DBusMenuItemProperties>();
-    qDBusRegisterMetaType<DBusMenuItemPropertiesList>();
+    qDBusRegisterMetaType<QList<DBusMenuItemProperties>>();
     qDBusRegisterMetaType<DBusMenuItemPropertyNames>();
-    qDBusRegisterMetaType<DBusMenuItemPropertyNamesList>();
+    qDBusRegisterMetaType<QList<DBusMenuItemPropertyNames>>();
     qDBusRegisterMetaType<DBusMenuEvent>();
-    qDBusRegisterMetaType<DBusMenuEventList>();
+    qDBusRegisterMetaType<QList<DBusMenuEvent>>();
     qDBusRegisterMetaType<QList<QStringList>>();
     qDBusRegisterMetaType<QList<int>>();
 }

@@ -22,14 +22,12 @@ struct DBusMenuItemProperties {
     int id = 0;
     QVariantMap properties;
 };
-using DBusMenuItemPropertiesList = QList<DBusMenuItemProperties>;
 
 /// The names of properties that are back at their defaults.
 struct DBusMenuItemPropertyNames {
     int id = 0;
     QStringList names;
 };
-using DBusMenuItemPropertyNamesList = QList<DBusMenuItemPropertyNames>;
 
 /// Something that happened to an item.
 struct DBusMenuEvent {
@@ -38,7 +36,6 @@ struct DBusMenuEvent {
     QDBusVariant data;
     uint timestamp = 0;
 };
-using DBusMenuEventList = QList<DBusMenuEvent>;
 
 QDBusArgument& operator<<(QDBusArgument& argument, const DBusMenuLayoutItem& item);
 const QDBusArgument& operator>>(const QDBusArgument& argument, DBusMenuLayoutItem& item);

@@ -30,18 +30,11 @@ QDBusMessage watcherCall(const QString& interface, const QString& method, const 
 
 } // namespace
 
-StatusNotifierItem::StatusNotifierItem(const QDBusConnection& bus) : m_bus(bus) {
+StatusNotifierItem::StatusNotifierItem(const QDBusConnection& bus)
+    : m_bus(bus), m_menu([this](const MenuItem& item) { trigger(item); }) {
     qDBusRegisterMetaType<StatusPixmap>();
     qDBusRegisterMetaType<StatusPixmaps>();
     qDBusRegisterMetaType<StatusToolTip>();
-    // The user's choice is acted upon once the desktop has its reply.
-    connect(
-        &m_menu, &DBusMenu::triggered, this,
-        [this](const MenuItem& item) {
-            if (m_handlers.onTriggered)
-                m_handlers.onTriggered(item.action, item.representedObject);
-        },
-        Qt::QueuedConnection);
     if (!m_bus.isConnected()) {
         // Without a session bus there is nobody who could show the item.
         qCDebug(logStatusItem) << "There is no session bus:" << m_bus.lastError().message();
@@ -65,10 +58,8 @@ QDBusObjectPath StatusNotifierItem::menuPath() {
 }
 
 void StatusNotifierItem::exportObjects() {
-    m_bus.registerObject(itemPath, this,
-                         QDBusConnection::ExportScriptableContents);
-    m_bus.registerObject(menuObjectPath, &m_menu,
-                         QDBusConnection::ExportScriptableContents);
+    m_bus.registerObject(itemPath, this, QDBusConnection::ExportScriptableContents);
+    m_bus.registerObject(menuObjectPath, &m_menu, QDBusConnection::ExportScriptableContents);
     m_serviceName = QStringLiteral("org.kde.StatusNotifierItem-%1-1").arg(QCoreApplication::applicationPid());
     // In a process namespace of its own another program may have the name; ours on the bus does as well.
     if (!m_bus.registerService(m_serviceName))
@@ -132,6 +123,17 @@ StatusPixmaps StatusNotifierItem::iconPixmap() const {
 
 StatusToolTip StatusNotifierItem::toolTip() const {
     return {{}, {}, title(), {}};
+}
+
+// The desktop has its reply before anything else is done.
+void StatusNotifierItem::trigger(const MenuItem& item) {
+    QMetaObject::invokeMethod(
+        this,
+        [this, action = item.action, representedObject = item.representedObject] {
+            if (m_handlers.onTriggered)
+                m_handlers.onTriggered(action, representedObject);
+        },
+        Qt::QueuedConnection);
 }
 
 void StatusNotifierItem::activate() {

@@ -88,6 +88,7 @@ private:
     void watchForWatchers();
     void announce();
     void setShown(bool isShown);
+    void trigger(const MenuItem& item);
     void activate();
 
     QDBusConnection m_bus;

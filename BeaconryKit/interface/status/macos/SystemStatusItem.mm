@@ -23,7 +23,8 @@ class AppKitStatusItem final : public StatusItem {
 public:
     AppKitStatusItem()
         : m_item([NSStatusBar.systemStatusBar statusItemWithLength:NSVariableStatusItemLength]),
-          m_target([[PelorinMenuTarget alloc] init]), m_handlers(std::make_shared<Handlers>()) {
+          m_target([[PelorinMenuTarget alloc] init]),
+          m_handlers(std::make_shared<Handlers>()) {
         const std::weak_ptr<Handlers> handlers = m_handlers;
         m_target.onChosen = ^(NSMenuItem* item) {
           const auto action = static_cast<MenuAction>(item.tag);

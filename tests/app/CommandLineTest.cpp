@@ -23,6 +23,7 @@ TEST(CommandLine, TellsItsUse) {
     EXPECT_EQ(answer.exit, exited(0));
     EXPECT_THAT(answer.output, StartsWith("usage: pelorin"));
     EXPECT_THAT(answer.output, HasSubstr("BEACONRY_PORT"));
+    EXPECT_THAT(answer.output, HasSubstr("--manager"));
     EXPECT_EQ(answer.errors, "");
 }
 
@@ -31,6 +32,12 @@ TEST(CommandLine, RefusesWhatItDoesNotKnow) {
     EXPECT_EQ(answer.exit, exited(2));
     EXPECT_EQ(answer.output, "");
     EXPECT_THAT(answer.errors, StartsWith("pelorin: --verzion is no option of this program.\nusage: pelorin"));
+}
+
+TEST(CommandLine, LooksAtEveryArgument) {
+    const auto answer = runProgram({application, "--manager", "--verzion"}, {});
+    EXPECT_EQ(answer.exit, exited(2));
+    EXPECT_THAT(answer.errors, StartsWith("pelorin: --verzion is no option of this program.\n"));
 }
 
 } // namespace

@@ -1,6 +1,8 @@
 #include "BeaconryKit/interface/panel/AskListModel.h"
 
 #include "BeaconryKit/interface/panel/DisplayText.h"
+#include "BeaconryKit/interface/panel/DotColour.h"
+#include "BeaconryKit/terminal/PromptParser.h"
 #include "BeaconryKit/terminal/SourceStyle.h"
 
 #include <QColor>
@@ -27,6 +29,11 @@ QStringList optionLabels(const AskEvent& ask) {
     for (const PromptOption& option : ask.options)
         labels.append(displayName(option.label));
     return labels;
+}
+
+QString question(const AskEvent& ask) {
+    const QString usual = ask.isPermission() ? QStringLiteral("Do you want to proceed?") : QString();
+    return displayName(PromptParser::parse(ask.detail).question.value_or(usual));
 }
 
 // The positions in `values` (distinct numbers) that form a longest increasing run: what needs no move.
@@ -65,16 +72,15 @@ QVariant AskListModel::data(const QModelIndex& index, int role) const {
         return ask.id();
     case sourceLabelRole:
         return displayName(SourceStyle::label(ask.source));
-    case dotColorRole: {
-        const SourceStyle::Colour colour = SourceStyle::dotColor(ask.sessionId);
-        return QColor::fromRgbF(static_cast<float>(colour.red), static_cast<float>(colour.green),
-                                static_cast<float>(colour.blue));
-    }
+    case dotColorRole:
+        return dotColour(ask.sessionId);
     case projectNameRole:
         return displayName(ask.projectName());
     case Qt::DisplayRole:
     case messageRole:
         return displayText(ask.displayMessage(), messageLimit);
+    case questionRole:
+        return question(ask);
     case isPermissionRole:
         return ask.isPermission();
     case agentTypeRole:
@@ -108,6 +114,7 @@ QHash<int, QByteArray> AskListModel::roleNames() const {
             {dotColorRole, "dotColor"},
             {projectNameRole, "projectName"},
             {messageRole, "message"},
+            {questionRole, "question"},
             {isPermissionRole, "isPermission"},
             {agentTypeRole, "agentType"},
             {detailRole, "detail"},
@@ -232,9 +239,9 @@ void AskListModel::update(int position, const AskRow& ask, Moment armsAt) {
     note(old->sessionId != ask->sessionId, {dotColorRole});
     note(old->projectName() != ask->projectName(), {projectNameRole});
     note(saysOtherwise, {messageRole, Qt::DisplayRole});
-    note(old->isPermission() != ask->isPermission(), {isPermissionRole});
+    note(old->isPermission() != ask->isPermission(), {isPermissionRole, questionRole});
     note(old->agentType != ask->agentType, {agentTypeRole});
-    note(old->detail != ask->detail, {detailRole});
+    note(old->detail != ask->detail, {detailRole, questionRole});
     note(answersDiffer, {optionLabelsRole});
     note(old->acceptsText != ask->acceptsText, {acceptsTextRole});
     note(old->receivedAt != ask->receivedAt || old->isPermission() != ask->isPermission(),

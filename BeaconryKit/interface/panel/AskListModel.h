@@ -29,6 +29,8 @@ public:
         dotColorRole,
         projectNameRole,
         messageRole,
+        /// What the session asks, as its terminal puts it, else the usual question; empty for a mere notice.
+        questionRole,
         isPermissionRole,
         /// The sub-agent's kind; empty for the session itself.
         agentTypeRole,

@@ -7,9 +7,10 @@ Item {
 
     property bool isOver: false
     property bool isUrgent: false
+    property ColorSet colors: Theme.dark
     required property string text
 
-    readonly property color color: isOver ? Theme.dark.secondaryText : isUrgent ? Theme.dark.orange : Theme.faded(Theme.dark.yellow, 0.7)
+    readonly property color color: isOver ? colors.secondaryText : isUrgent ? colors.orange : Theme.faded(colors.yellow, 0.7)
     readonly property int padding: 5
 
     Accessible.ignored: text === ""

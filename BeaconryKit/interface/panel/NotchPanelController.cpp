@@ -3,19 +3,15 @@
 #include "BeaconryKit/interface/InterfaceEngine.h"
 #include "BeaconryKit/interface/panel/SystemPanelScreens.h"
 
-#include <QLoggingCategory>
 #include <QQmlComponent>
 #include <QQmlEngine>
 #include <QQuickItem>
 
-#include <algorithm>
 #include <utility>
 
 namespace pelorin {
 
 namespace {
-
-Q_LOGGING_CATEGORY(logPanel, "pelorin.panel", QtInfoMsg)
 
 // The panel hangs over the user's work: a part of the screen stays free of it, however much is waiting.
 constexpr double largestShareOfScreen = 0.8;
@@ -39,11 +35,11 @@ NotchPanelController::NotchPanelController(AskStore& store, NotifierSettings& se
                                            ActionHandler onAction, PanelSurroundings surroundings)
     : m_surroundings(std::move(surroundings)),
       m_facade(m_asks),
+      m_keeper(store, settings, dispatch, m_asks, m_facade, std::move(onAction)),
       m_panel(std::make_unique<NotchPanel>(*m_surroundings.platform)),
       m_store(store),
       m_settings(settings),
       m_dispatch(dispatch),
-      m_onAction(std::move(onAction)),
       m_self(std::make_shared<NotchPanelController*>(this)) {
     QQmlEngine::setObjectOwnership(&m_asks, QQmlEngine::CppOwnership);
     QQmlEngine::setObjectOwnership(&m_facade, QQmlEngine::CppOwnership);
@@ -69,13 +65,8 @@ NotchPanelController::NotchPanelController(AskStore& store, NotifierSettings& se
         if (!m_panel->isActive())
             giveKeysBack();
     });
-    connect(&m_facade, &PanelFacade::acted, this, &NotchPanelController::report);
     connect(&m_facade, &PanelFacade::keysWanted, this, &NotchPanelController::takeKeys);
     connect(&m_facade, &PanelFacade::keysReturned, this, &NotchPanelController::giveKeysBack);
-    connect(&m_facade, &PanelFacade::rowPlaced, this, [this](const QString& askId, double place) {
-        m_asks.setPlace(askId, place, settledMoment());
-        scheduleArming();
-    });
     scheduleLater(Later::follow);
 }
 
@@ -114,13 +105,10 @@ void NotchPanelController::follow() {
         hide();
         return;
     }
-    m_asks.setCountdown(m_settings.decisionWaitSeconds(), m_dispatch.now());
-    m_asks.sync(m_store.asks(), settledMoment());
+    m_keeper.follow();
     if (!m_facade.typingRow().isEmpty() && !m_asks.ask(m_facade.typingRow()))
         giveKeysBack();
     layoutAndShow();
-    scheduleArming();
-    refreshCountdown();
 }
 
 void NotchPanelController::layoutAndShow() {
@@ -135,13 +123,10 @@ void NotchPanelController::layoutAndShow() {
     QMetaObject::invokeMethod(m_hosting.get(), "layOut");
     const QRect frame = panelFrame(*screen, {m_hosting->implicitWidth(), m_hosting->implicitHeight()});
     const bool appears = m_panel->phase() != NotchPanel::Phase::shown;
-    if (appears || m_panel->frame().topLeft() != frame.topLeft())
-        m_asks.disarmAll(settledMoment());
+    if (!appears && m_panel->frame().topLeft() != frame.topLeft())
+        m_keeper.disarm();
     m_panel->present(*screen, frame);
-    if (appears) {
-        scheduleArming();
-        refreshCountdown();
-    }
+    m_keeper.watch();
 }
 
 void NotchPanelController::hide() {
@@ -149,32 +134,14 @@ void NotchPanelController::hide() {
         return;
     giveKeysBack();
     // What fades takes no clicks any more.
-    m_asks.disarmAll(AskListModel::Moment::max());
-    m_countdownTimer.reset();
+    m_keeper.unwatch();
     m_panel->withdraw();
 }
 
 void NotchPanelController::finishHiding() {
     // While silenced the rows stay as they are, with what the user has typed there.
     if (m_store.asks().isEmpty())
-        m_asks.sync({}, settledMoment());
-}
-
-void NotchPanelController::report(const QString& askId, const AskAction& action) {
-    const AskRow seen = m_asks.ask(askId);
-    const AskList& asks = m_store.asks();
-    const auto current = std::ranges::find_if(asks, [&](const AskRow& row) { return row->id() == askId; });
-    // The row has been answered on this very turn, and the panel does not know it yet.
-    if (!seen || current == asks.end()) {
-        qCDebug(logPanel) << "An action came too late for" << askId;
-        return;
-    }
-    if (std::holds_alternative<AskAction::Option>(action.value) && seen->options != (*current)->options) {
-        qCDebug(logPanel) << "The options are no longer those that were picked from:" << askId;
-        return;
-    }
-    // The handler may withdraw the row from the store, so it gets a copy.
-    m_onAction(AskEvent(**current), action);
+        m_keeper.clear();
 }
 
 void NotchPanelController::takeKeys(const QString& askId) {
@@ -191,39 +158,6 @@ void NotchPanelController::giveKeysBack() {
         return;
     m_facade.setTypingRow({});
     m_surroundings.platform->giveKeysBack(*m_panel);
-}
-
-void NotchPanelController::refreshCountdown() {
-    if (m_panel->phase() != NotchPanel::Phase::shown || !m_asks.isCountingDown()) {
-        m_countdownTimer.reset();
-        return;
-    }
-    if (m_countdownTimer)
-        return;
-    m_countdownTimer = m_dispatch.mainQueue().every(countdownInterval, guarded(m_self, [](NotchPanelController& self) {
-                                                        self.m_asks.setCountdown(self.m_settings.decisionWaitSeconds(),
-                                                                                 self.m_dispatch.now());
-                                                        self.refreshCountdown();
-                                                    }));
-}
-
-void NotchPanelController::scheduleArming() {
-    if (m_isArmingScheduled)
-        return;
-    const auto now = m_dispatch.monotonicNow();
-    const auto next = m_asks.arm(now);
-    // Rows of a panel that leaves are never due.
-    if (!next || *next == AskListModel::Moment::max())
-        return;
-    m_isArmingScheduled = true;
-    m_dispatch.mainQueue().asyncAfter(*next - now, guarded(m_self, [](NotchPanelController& self) {
-        self.m_isArmingScheduled = false;
-        self.scheduleArming();
-    }));
-}
-
-AskListModel::Moment NotchPanelController::settledMoment() const {
-    return m_dispatch.monotonicNow() + settleTime;
 }
 
 } // namespace pelorin

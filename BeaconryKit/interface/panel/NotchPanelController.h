@@ -1,5 +1,6 @@
 #pragma once
 
+#include "BeaconryKit/interface/panel/AskListKeeper.h"
 #include "BeaconryKit/interface/panel/AskListModel.h"
 #include "BeaconryKit/interface/panel/NotchPanel.h"
 #include "BeaconryKit/interface/panel/PanelFacade.h"
@@ -38,13 +39,10 @@ class NotchPanelController final : public QObject {
     Q_OBJECT
 
 public:
-    /// Called on the main thread with the ask as the store holds it.
-    using ActionHandler = std::function<void(const AskEvent& ask, const AskAction& action)>;
+    using ActionHandler = AskActionHandler;
 
-    /// How long a row that came, moved or changed its answers takes no clicks: whoever was about to click there meant
-    /// something else.
-    static constexpr std::chrono::milliseconds settleTime{400};
-    static constexpr std::chrono::seconds countdownInterval{1};
+    static constexpr auto settleTime = AskListKeeper::settleTime;
+    static constexpr auto countdownInterval = AskListKeeper::countdownInterval;
 
     /// The store, the settings and the dispatch must outlive the controller. What is in the store already is shown on a
     /// later turn.
@@ -74,16 +72,13 @@ private:
     void runLater();
     void follow();
     void finishHiding();
-    void report(const QString& askId, const AskAction& action);
     void takeKeys(const QString& askId);
     void giveKeysBack();
-    void refreshCountdown();
-    void scheduleArming();
-    AskListModel::Moment settledMoment() const;
 
     PanelSurroundings m_surroundings;
     AskListModel m_asks;
     PanelFacade m_facade;
+    AskListKeeper m_keeper;
     std::unique_ptr<NotchPanel> m_panel;
     std::unique_ptr<QQuickItem> m_hosting;
     AskStore& m_store;
@@ -93,11 +88,8 @@ private:
 
     NotifierSettings& m_settings;
     Dispatch& m_dispatch;
-    ActionHandler m_onAction;
     bool m_isScheduled = false;
     bool m_followsLater = false;
-    bool m_isArmingScheduled = false;
-    std::unique_ptr<RepeatingTimer> m_countdownTimer;
     // Tasks on the main queue hold this weakly: they may outlive the controller.
     std::shared_ptr<NotchPanelController*> m_self;
 };

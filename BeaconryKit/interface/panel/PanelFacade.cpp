@@ -4,9 +4,6 @@
 
 namespace pelorin {
 
-PanelFacade::PanelFacade(AskListModel& asks, QObject* parent) : QObject(parent), m_asks(asks) {
-}
-
 double PanelFacade::cornerRadius() const {
     return NotchPanel::cornerRadius;
 }
@@ -26,43 +23,17 @@ void PanelFacade::setTypingRow(const QString& id) {
     emit typingRowChanged();
 }
 
-void PanelFacade::allow(const QString& askId) {
-    emit acted(askId, AskAction::allow());
-}
-
-void PanelFacade::deny(const QString& askId) {
-    emit acted(askId, AskAction::deny());
-}
-
-void PanelFacade::open(const QString& askId) {
-    emit acted(askId, AskAction::open());
-}
-
-void PanelFacade::dismiss(const QString& askId) {
-    emit acted(askId, AskAction::dismiss());
-}
-
 void PanelFacade::setExpanded(const QString& askId, bool expanded) {
-    m_asks.setFold(askId, expanded ? AskListModel::Fold::expanded : AskListModel::Fold::collapsed);
-    if (expanded)
-        emit acted(askId, AskAction::expand());
-    else if (askId == m_typingRow)
+    AskActions::setExpanded(askId, expanded);
+    if (!expanded && askId == m_typingRow)
         emit keysReturned();
-}
-
-void PanelFacade::pickOption(const QString& askId, int index) {
-    emit acted(askId, AskAction::option(index));
 }
 
 void PanelFacade::sendText(const QString& askId, const QString& text) {
     if (text.trimmed().isEmpty())
         return;
     emit keysReturned();
-    emit acted(askId, AskAction::text(text));
-}
-
-void PanelFacade::setDraft(const QString& askId, const QString& draft) {
-    m_asks.setDraft(askId, draft);
+    AskActions::sendText(askId, text);
 }
 
 void PanelFacade::takeKeys(const QString& askId) {
@@ -71,10 +42,6 @@ void PanelFacade::takeKeys(const QString& askId) {
 
 void PanelFacade::giveKeysBack() {
     emit keysReturned();
-}
-
-void PanelFacade::noteRowPlace(const QString& askId, double place) {
-    emit rowPlaced(askId, place);
 }
 
 } // namespace pelorin

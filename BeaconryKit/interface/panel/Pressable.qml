@@ -9,6 +9,7 @@ Item {
     required property string name
     property string help: ""
     property HelpTip tip: null
+    property int cursor: Qt.PointingHandCursor
     // Whether the row has stood still for long enough. An unarmed control swallows clicks.
     property bool armed: true
     readonly property bool hovered: area.containsMouse
@@ -48,7 +49,7 @@ Item {
         property bool wasArmed: false
 
         anchors.fill: parent
-        cursorShape: Qt.PointingHandCursor
+        cursorShape: control.cursor
         hoverEnabled: true
 
         onClicked: {

@@ -5,13 +5,14 @@ import Pelorin
 Rectangle {
     id: block
 
+    property ColorSet colors: Theme.dark
     required property string text
 
     readonly property int greatestHeight: 220
 
     Accessible.name: text
     Accessible.role: Accessible.StaticText
-    color: Theme.dark.surface
+    color: colors.surface
     implicitHeight: Math.min(words.implicitHeight, greatestHeight) + 2 * Theme.gap
     radius: Theme.radius
 
@@ -33,7 +34,7 @@ Rectangle {
             id: words
 
             Accessible.ignored: true
-            color: Theme.dark.secondaryText
+            color: block.colors.secondaryText
             font.family: Theme.codeFamily
             font.pointSize: Theme.smallTextSize
             text: block.text

@@ -6,6 +6,9 @@ QtObject {
     property color background
     property color surface
     property color surfaceHovered
+    // What lies deeper than the surface, and the bar above a window's content.
+    property color inset
+    property color bar
     property color hairline
     property color text
     property color secondaryText
@@ -13,6 +16,17 @@ QtObject {
     property color accent
     property color allow
     property color deny
+    // Controls: a button, what a switch or a choice runs in, the one chosen, a field, the line around all of them.
+    property color control
+    property color controlBorder
+    property color track
+    property color selectedControl
+    property color field
+    // Filled with the accent, or with any tint, and what is written on that.
+    property color accentFill
+    property color allowFill
+    property color denyFill
+    property color textOnTint
     property color yellow
     property color orange
 }

@@ -178,6 +178,15 @@ QPainterPath sleepingMoon() {
     return moon.united(stroked(letters, 1.5));
 }
 
+QPainterPath gear() {
+    QPainterPath teeth = disc(centre, 7.4);
+    for (int tooth = 0; tooth < 8; ++tooth) {
+        const QPainterPath one = rounded(closed({{10.6, 2.4}, {13.4, 2.4}, {14, 6}, {10, 6}}), 0.5);
+        teeth = teeth.united(QTransform().translate(12, 12).rotate(tooth * 45).translate(-12, -12).map(one));
+    }
+    return teeth.subtracted(disc(centre, 5.4)).united(disc(centre, 2.4));
+}
+
 QPainterPath paperPlane() {
     const QPainterPath plane = closed({{17.4, 6.6}, {6.3, 11.0}, {10.7, 13.3}, {13.0, 17.7}});
     return rounded(plane, 0.35).subtracted(stroked(line({{10.9, 13.1}, {14.2, 9.8}}), 0.9));
@@ -216,11 +225,15 @@ const QHash<QString, QPainterPath>& outlines() {
          disc().subtracted(stroked(line({{7.6, 13.7}, {12, 9.3}, {16.4, 13.7}}), cutWidth))},
         {QStringLiteral("clock"), ring().united(stroked(line({{12, 6.6}, {12, 12.2}, {15.6, 14.2}}), lineWidth))},
         {QStringLiteral("exclamationmark.triangle.fill"), warningTriangle()},
+        {QStringLiteral("gearshape"), gear()},
         {QStringLiteral("iphone"), stroked(roundedRectangle({6.6, 2.4, 10.8, 19.2}, 2.8), 1.7)
                                        .united(stroked(line({{10.4, 18.8}, {13.6, 18.8}}), 1.3))},
         {QStringLiteral("moon.zzz"), sleepingMoon()},
         {QStringLiteral("paperplane.circle.fill"), disc().subtracted(paperPlane())},
         {QStringLiteral("star.circle.fill"), disc().subtracted(rounded(star(centre, 6.4, 2.7), 0.4))},
+        {QStringLiteral("terminal"), stroked(roundedRectangle({2.4, 4, 19.2, 16}, 3.4), 1.7)
+                                         .united(stroked(line({{6.6, 8.8}, {9.8, 12}, {6.6, 15.2}}), lineWidth))
+                                         .united(stroked(line({{12, 15.4}, {16.6, 15.4}}), lineWidth))},
         {QStringLiteral("xmark"), stroked(cross(6), 2.1)},
         {QStringLiteral("xmark.circle.fill"), disc().subtracted(stroked(cross(3.7), cutWidth))},
     };

@@ -10,6 +10,10 @@ QString SystemFonts::fixedFamily() const {
     return QFontDatabase::systemFont(QFontDatabase::FixedFont).family();
 }
 
+QString SystemFonts::textFamily() const {
+    return QGuiApplication::font().family();
+}
+
 double SystemFonts::textSize() const {
     // The font itself may be given in pixels; what was found for it always knows its points.
     return QFontInfo(QGuiApplication::font()).pointSizeF();

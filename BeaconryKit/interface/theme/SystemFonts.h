@@ -13,6 +13,8 @@ class SystemFonts : public QObject {
     QML_SINGLETON
     /// The family of the system's monospaced font.
     Q_PROPERTY(QString fixedFamily READ fixedFamily CONSTANT FINAL)
+    /// The family of the application's own font.
+    Q_PROPERTY(QString textFamily READ textFamily CONSTANT FINAL)
     /// The size of the application's own font, in points.
     Q_PROPERTY(double textSize READ textSize CONSTANT FINAL)
 
@@ -20,6 +22,7 @@ public:
     explicit SystemFonts(QObject* parent = nullptr) : QObject(parent) {}
 
     QString fixedFamily() const;
+    QString textFamily() const;
     double textSize() const;
 };
 

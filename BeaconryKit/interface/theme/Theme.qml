@@ -8,6 +8,8 @@ QtObject {
         background: "#0b0b0e"
         surface: "#18181d"
         surfaceHovered: "#24242b"
+        inset: "#0f0f13"
+        bar: "#141418"
         hairline: "#24ffffff"
         text: "#f4f4f7"
         secondaryText: "#a6a6b0"
@@ -15,6 +17,15 @@ QtObject {
         accent: "#5aa9ff"
         allow: "#3fcf6e"
         deny: "#ff5d57"
+        control: "#34343c"
+        controlBorder: "#30ffffff"
+        track: "#26262d"
+        selectedControl: "#54545f"
+        field: "#111115"
+        accentFill: "#2f7de0"
+        allowFill: "#238a48"
+        denyFill: "#cf4039"
+        textOnTint: "#ffffff"
         yellow: "#ffd93b"
         orange: "#ff9b3d"
     }
@@ -22,15 +33,26 @@ QtObject {
         background: "#f6f6f8"
         surface: "#ffffff"
         surfaceHovered: "#ececf0"
+        inset: "#f3f3f6"
+        bar: "#ececf0"
         hairline: "#1f000000"
         text: "#18181c"
         secondaryText: "#5c5c66"
-        tertiaryText: "#8a8a94"
+        tertiaryText: "#767680"
         accent: "#1273de"
         allow: "#1f9d4c"
         deny: "#d93a34"
-        yellow: "#b88a00"
-        orange: "#c96a00"
+        control: "#ffffff"
+        controlBorder: "#2b000000"
+        track: "#e4e4ea"
+        selectedControl: "#ffffff"
+        field: "#ffffff"
+        accentFill: "#1273de"
+        allowFill: "#1a8742"
+        denyFill: "#cf332d"
+        textOnTint: "#ffffff"
+        yellow: "#8a6700"
+        orange: "#b55b00"
     }
 
     // The system's own size is the measure, so that a user who set larger text gets larger text here.
@@ -38,12 +60,15 @@ QtObject {
     readonly property real smallTextSize: textSize * 0.88
     readonly property real codeSize: textSize * 0.92
     readonly property real countdownSize: 9
+    readonly property string textFamily: SystemFonts.textFamily
     readonly property string codeFamily: SystemFonts.fixedFamily
 
     readonly property int margin: 16
     readonly property int gap: 8
     readonly property int smallGap: 5
+    readonly property int pageMargin: 22
     readonly property int radius: 9
+    readonly property int controlRadius: 6
 
     readonly property int hoverDuration: 120
     readonly property int moveDuration: 180

@@ -1,0 +1,116 @@
+#include "BeaconryKit/interface/manager/HookSetup.h"
+
+#include "BeaconryKit/interface/panel/DisplayText.h"
+
+#include <utility>
+
+namespace pelorin {
+
+namespace {
+
+// A script may print a whole log.
+constexpr qsizetype messageLimit = 2'000;
+
+} // namespace
+
+HookSurroundings HookSurroundings::ofProcess() {
+    return {HookInstaller::Surroundings::ofProcess(), LaunchAgentControl::Surroundings::ofProcess()};
+}
+
+HookSetup::HookSetup(Dispatch& dispatch, HookSurroundings surroundings, QObject* parent)
+    : QObject(parent),
+      m_dispatch(dispatch),
+      m_surroundings(std::move(surroundings)),
+      m_self(std::make_shared<HookSetup*>(this)) {
+}
+
+HookSetup::~HookSetup() = default;
+
+void HookSetup::refresh() {
+    m_isInstalled = HookInstaller::isInstalled(m_surroundings.installer);
+    m_hasLaunchAgent = LaunchAgentControl::isInstalled(m_surroundings.launchAgent);
+    emit changed();
+}
+
+void HookSetup::install() {
+    if (isBusy())
+        return;
+    begin(Activity::installing);
+    run(
+        {}, [surroundings = m_surroundings.installer] { return HookInstaller::install(surroundings); },
+        [](HookSetup& self, const Outcome& error) {
+            self.m_installationFailed = error.has_value();
+            self.tell({}, error);
+            self.finish();
+        });
+}
+
+void HookSetup::uninstall() {
+    if (isBusy())
+        return;
+    begin(Activity::removing);
+    run(
+        {}, [surroundings = m_surroundings.installer] { return HookInstaller::uninstall(surroundings); },
+        &HookSetup::hooksRemoved);
+}
+
+void HookSetup::confirmUninstall() {
+    emit confirmationWanted();
+}
+
+void HookSetup::hooksRemoved(const Outcome& error) {
+    m_hasLaunchAgent = LaunchAgentControl::isInstalled(m_surroundings.launchAgent);
+    if (!m_hasLaunchAgent) {
+        tell(QStringLiteral("Removed the Claude Code hooks."), error);
+        finish();
+        return;
+    }
+    tell(QStringLiteral("Removed the Claude Code hooks. Removing login auto-start…"), error);
+    m_isInstalled = HookInstaller::isInstalled(m_surroundings.installer);
+    emit changed();
+    run(
+        launchAgentDelay,
+        [surroundings = m_surroundings.launchAgent] { return LaunchAgentControl::uninstall(surroundings); },
+        [hooksError = error](HookSetup& self, const Outcome& agentError) {
+            self.launchAgentRemoved(hooksError, agentError);
+        });
+}
+
+void HookSetup::launchAgentRemoved(const Outcome& hooksError, const Outcome& error) {
+    // That the hooks are still there must not be forgotten over a start at login that is gone.
+    const Outcome all = hooksError && error ? *hooksError + u'\n' + *error : hooksError ? hooksError : error;
+    tell(QStringLiteral("Removed the Claude Code hooks and login auto-start."), all);
+    finish();
+}
+
+void HookSetup::begin(Activity activity) {
+    m_activity = activity;
+    m_installationFailed = false;
+    m_queue = m_dispatch.makeSerialQueue("com.pelorin.setup");
+    tell({}, std::nullopt);
+    emit changed();
+}
+
+void HookSetup::run(Duration delay, std::function<Outcome()> operation,
+                    std::function<void(HookSetup&, const Outcome&)> then) {
+    m_queue->asyncAfter(delay, [operation = std::move(operation), then = std::move(then), self = std::weak_ptr(m_self),
+                                &main = m_dispatch.mainQueue()] {
+        main.async([then, self, outcome = operation()] {
+            if (const auto alive = self.lock())
+                then(**alive, outcome);
+        });
+    });
+}
+
+void HookSetup::tell(const QString& message, const Outcome& error) {
+    m_message = displayText(error.value_or(message), messageLimit);
+    m_isFailure = error.has_value();
+}
+
+void HookSetup::finish() {
+    m_activity = Activity::none;
+    m_queue.reset();
+    refresh();
+}
+
+} // namespace pelorin

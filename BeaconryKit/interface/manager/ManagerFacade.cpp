@@ -1,0 +1,47 @@
+#include "BeaconryKit/interface/manager/ManagerFacade.h"
+
+#include <utility>
+
+namespace pelorin {
+
+ManagerFacade::ManagerFacade(const Parts& parts, QObject* parent) : QObject(parent), m_parts(parts) {
+    const AskListModel* const asks = m_parts.pending.asks();
+    connect(asks, &QAbstractItemModel::rowsInserted, this, &ManagerFacade::pendingCountChanged);
+    connect(asks, &QAbstractItemModel::rowsRemoved, this, &ManagerFacade::pendingCountChanged);
+}
+
+void ManagerFacade::setShown(bool isShown) {
+    if (std::exchange(m_isShown, isShown) != isShown)
+        emit isShownChanged();
+}
+
+void ManagerFacade::setShowsMnemonics(bool shows) {
+    if (std::exchange(m_showsMnemonics, shows) != shows)
+        emit showsMnemonicsChanged();
+}
+
+void ManagerFacade::setTab(int tab) {
+    if (std::exchange(m_tab, tab) != tab)
+        emit tabChanged();
+}
+
+void ManagerFacade::setMuted(const QString& sessionId, bool muted) {
+    const bool wasMuted = m_parts.registry.isMuted(sessionId);
+    m_parts.registry.setMuted(muted, sessionId);
+    if (muted && !wasMuted)
+        m_parts.store.clear(sessionId);
+}
+
+void ManagerFacade::setPolicy(const QString& sessionId, int choice) {
+    m_parts.registry.setPolicy(SessionListModel::policyAt(choice), sessionId);
+}
+
+void ManagerFacade::jump(const QString& sessionId) {
+    emit jumpWanted(sessionId);
+}
+
+void ManagerFacade::close() {
+    emit closeWanted();
+}
+
+} // namespace pelorin

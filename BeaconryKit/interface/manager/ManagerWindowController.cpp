@@ -1,0 +1,152 @@
+#include "BeaconryKit/interface/manager/ManagerWindowController.h"
+
+#include "BeaconryKit/interface/InterfaceEngine.h"
+#include "BeaconryKit/interface/manager/ManagerFacade.h"
+#include "BeaconryKit/interface/manager/ManagerWindow.h"
+
+#include <QQmlEngine>
+#include <QQuickItem>
+#include <QScreen>
+
+#include <algorithm>
+#include <utility>
+
+namespace pelorin {
+
+namespace {
+
+/// The size that an item wants to have, within the screen.
+QSize fitting(QSizeF size, const QScreen* screen) {
+    const QSize available = screen ? screen->availableSize() : QSize();
+    return available.isEmpty() ? size.toSize() : size.toSize().boundedTo(available);
+}
+
+} // namespace
+
+struct ManagerWindowController::Content {
+    explicit Content(ManagerWindowController& owner)
+        : pending(asks),
+          keeper(owner.m_parts.store, owner.m_parts.settings, owner.m_parts.dispatch, asks, pending,
+                 owner.m_onAskAction),
+          phone(owner.m_parts.settings, owner.m_parts.relay, owner.m_parts.provisioner),
+          hooks(owner.m_parts.dispatch, owner.m_parts.hooks),
+          settings(owner.m_parts.settings, owner.m_parts.registry),
+          facade({owner.m_parts.store, owner.m_parts.registry, pending, sessions, phone, hooks, settings}),
+          window(owner.m_engine.get()) {
+        for (QObject* object : std::initializer_list<QObject*>{&asks, &pending, &sessions, phone.phones(), &phone,
+                                                               &hooks, &settings, &facade})
+            QQmlEngine::setObjectOwnership(object, QQmlEngine::CppOwnership);
+    }
+
+    AskListModel asks;
+    AskActions pending;
+    AskListKeeper keeper;
+    SessionListModel sessions;
+    PhoneSetup phone;
+    HookSetup hooks;
+    SettingsFacade settings;
+    ManagerFacade facade;
+    // The scene refers to all of the above to its end.
+    ManagerWindow window;
+};
+
+ManagerWindowController::ManagerWindowController(ManagerParts parts, AskActionHandler onAskAction, JumpHandler onJump,
+                                                 std::shared_ptr<QQmlEngine> engine)
+    : m_parts(std::move(parts)),
+      m_onAskAction(std::move(onAskAction)),
+      m_onJump(std::move(onJump)),
+      m_engine(std::move(engine)),
+      m_self(std::make_shared<ManagerWindowController*>(this)) {
+}
+
+ManagerWindowController::~ManagerWindowController() {
+    if (m_content)
+        m_content->window.disconnect(this);
+}
+
+ManagerWindow* ManagerWindowController::window() const {
+    return m_content ? &m_content->window : nullptr;
+}
+
+ManagerFacade* ManagerWindowController::facade() const {
+    return m_content ? &m_content->facade : nullptr;
+}
+
+void ManagerWindowController::show() {
+    if (!m_content)
+        makeContent();
+    ManagerWindow& window = m_content->window;
+    if (window.windowStates() & Qt::WindowMinimized)
+        window.setWindowStates(window.windowStates() & ~Qt::WindowMinimized);
+    window.setVisible(true);
+    window.raise();
+    window.requestActivate();
+}
+
+void ManagerWindowController::makeContent() {
+    if (!m_engine)
+        m_engine = makeInterfaceEngine();
+    m_content = std::make_unique<Content>(*this);
+    ManagerWindow& window = m_content->window;
+    ManagerFacade& facade = m_content->facade;
+
+    window.setInitialProperties({{QStringLiteral("manager"), QVariant::fromValue(&facade)}});
+    window.setSource(QUrl(QStringLiteral("qrc:/Pelorin/manager/ManagerView.qml")));
+    const QQuickItem* const root = window.rootObject();
+    if (!root)
+        qFatal("The manager window's content is broken.");
+    window.setMinimumSize(
+        fitting({root->property("minimumWidth").toReal(), root->property("minimumHeight").toReal()}, window.screen()));
+    window.resize(fitting({root->implicitWidth(), root->implicitHeight()}, window.screen()));
+
+    connect(&window, &QWindow::visibleChanged, this, &ManagerWindowController::shownChanged);
+    connect(&window, &QWindow::activeChanged, this, [this] {
+        // The hooks may have been installed or removed elsewhere meanwhile.
+        if (m_content->window.isActive() && !m_content->hooks.isBusy())
+            m_content->hooks.refresh();
+    });
+    connect(&window, &ManagerWindow::mnemonicKeyChanged, &facade, &ManagerFacade::setShowsMnemonics);
+    connect(&facade, &ManagerFacade::jumpWanted, this, [this](const QString& sessionId) {
+        if (const auto session = m_parts.registry.session(sessionId))
+            m_onJump(*session);
+    });
+    connect(&facade, &ManagerFacade::closeWanted, &window, &QWindow::close);
+
+    connect(&m_parts.store, &AskStore::objectWillChange, this, &ManagerWindowController::scheduleFollowing);
+    connect(&m_parts.registry, &SessionRegistry::objectWillChange, this, &ManagerWindowController::scheduleFollowing);
+    connect(&m_parts.settings, &NotifierSettings::objectWillChange, this, &ManagerWindowController::scheduleFollowing);
+}
+
+void ManagerWindowController::shownChanged(bool isShown) {
+    if (isShown) {
+        follow();
+        m_content->hooks.refresh();
+        m_content->keeper.watch();
+    } else {
+        m_content->keeper.unwatch();
+    }
+    m_content->facade.setShown(isShown);
+}
+
+void ManagerWindowController::scheduleFollowing() {
+    // A hidden window catches up when it is shown.
+    if (!m_content->window.isVisible() || std::exchange(m_isScheduled, true))
+        return;
+    m_parts.dispatch.mainQueue().async([weak = std::weak_ptr(m_self)] {
+        const auto alive = weak.lock();
+        if (!alive)
+            return;
+        (*alive)->m_isScheduled = false;
+        if ((*alive)->m_content->window.isVisible())
+            (*alive)->follow();
+    });
+}
+
+void ManagerWindowController::follow() {
+    m_content->keeper.follow();
+    m_content->sessions.follow(m_parts.registry);
+    emit m_content->settings.changed();
+    emit m_content->phone.setupLinkChanged();
+}
+
+} // namespace pelorin

@@ -1,0 +1,40 @@
+import QtQuick
+import Pelorin
+
+// All open asks.
+Item {
+    id: tab
+
+    required property ManagerFacade manager
+
+    AskRows {
+        id: list
+
+        anchors.fill: parent
+        isScrolled: scrollMark.isHeld || follower.isScrolling
+        pending: tab.manager.pending
+        visible: count > 0
+    }
+
+    ScrollMark {
+        id: scrollMark
+
+        anchors.bottom: parent.bottom
+        anchors.right: parent.right
+        anchors.top: parent.top
+        view: list
+    }
+
+    FocusFollower {
+        id: follower
+
+        view: list
+    }
+
+    EmptyNote {
+        anchors.fill: parent
+        symbol: "checkmark.circle"
+        title: "Nothing is waiting for you."
+        visible: list.count === 0
+    }
+}

@@ -1,0 +1,119 @@
+#include "BeaconryKit/interface/manager/PhoneSetup.h"
+
+#include "BeaconryKit/interface/panel/DisplayText.h"
+#include "BeaconryKit/relay/SetupLink.h"
+
+namespace pelorin {
+
+namespace {
+
+constexpr qsizetype nameLimit = 200;
+constexpr qsizetype agentLimit = 400;
+
+} // namespace
+
+PhoneSetup::PhoneSetup(NotifierSettings& settings, RelayClient& relay, RelayProvisioner& provisioner, QObject* parent)
+    : QObject(parent),
+      m_settings(settings),
+      m_relay(relay),
+      m_provisioner(provisioner),
+      m_phones({"phoneId", "label", "country", "userAgent", "isBeingRemoved"}),
+      m_self(std::make_shared<PhoneSetup*>(this)) {
+}
+
+RelayConfig PhoneSetup::config() const {
+    return {m_settings.relayURL(), m_settings.relayToken()};
+}
+
+QString PhoneSetup::setupLink() const {
+    return m_settings.relayConfigured() ? phoneSetupLink(m_settings.relayURL(), m_settings.relayToken()) : QString();
+}
+
+QString PhoneSetup::phonesTitle() const {
+    if (m_isLoading)
+        return QStringLiteral("Checking connected phones…");
+    if (m_devices.isEmpty())
+        return QStringLiteral("No phones connected yet");
+    if (m_devices.size() == 1)
+        return QStringLiteral("1 phone connected");
+    return QString::number(m_devices.size()) + QStringLiteral(" phones connected");
+}
+
+void PhoneSetup::regenerateToken() {
+    if (m_isProvisioning)
+        return;
+    m_isProvisioning = true;
+    emit changed();
+    m_provisioner.provision(m_settings.relayURL(), RelayProvisioner::deviceName(),
+                            [weak = std::weak_ptr(m_self), before = config()](const std::optional<QString>& token) {
+                                const auto alive = weak.lock();
+                                if (!alive)
+                                    return;
+                                PhoneSetup& self = **alive;
+                                self.m_isProvisioning = false;
+                                emit self.changed();
+                                if (!token || self.config() != before)
+                                    return;
+                                self.m_settings.setRelayToken(*token);
+                                self.loadPhones();
+                            });
+}
+
+void PhoneSetup::loadPhones() {
+    const int load = ++m_lastLoad;
+    m_isLoading = true;
+    m_loadedConfig = config();
+    emit changed();
+    m_relay.devices(m_loadedConfig.url, m_loadedConfig.token,
+                    [weak = std::weak_ptr(m_self), load](const std::optional<QList<RelayDevice>>& devices) {
+                        const auto alive = weak.lock();
+                        if (!alive || (*alive)->m_lastLoad != load)
+                            return;
+                        (*alive)->m_isLoading = false;
+                        if (devices)
+                            (*alive)->show(*devices);
+                        emit(*alive)->changed();
+                    });
+}
+
+void PhoneSetup::loadPhonesOfNewConfig() {
+    if (config() != m_loadedConfig)
+        loadPhones();
+}
+
+void PhoneSetup::removePhone(const QString& phoneId) {
+    if (m_beingRemoved.contains(phoneId))
+        return;
+    setBeingRemoved(phoneId, true);
+    m_relay.removeDevice(phoneId, m_loadedConfig.url, m_loadedConfig.token,
+                         [weak = std::weak_ptr(m_self), phoneId](RelayClient::Removal) {
+                             const auto alive = weak.lock();
+                             if (!alive)
+                                 return;
+                             // Whether the phone is gone is the relay's to tell, not a lost answer's.
+                             (*alive)->setBeingRemoved(phoneId, false);
+                             (*alive)->loadPhones();
+                         });
+}
+
+void PhoneSetup::setBeingRemoved(const QString& phoneId, bool isBeingRemoved) {
+    if (isBeingRemoved)
+        m_beingRemoved.insert(phoneId);
+    else
+        m_beingRemoved.remove(phoneId);
+    show(m_devices);
+}
+
+void PhoneSetup::show(const QList<RelayDevice>& devices) {
+    m_devices = devices;
+    QList<RecordListModel::Record> records;
+    records.reserve(devices.size());
+    for (const RelayDevice& device : devices)
+        records.append({device.id,
+                        {device.id, displayText(device.label, nameLimit, LineBreaks::join),
+                         displayText(device.country, nameLimit, LineBreaks::join),
+                         displayText(device.ua, agentLimit, LineBreaks::join), m_beingRemoved.contains(device.id)}});
+    m_phones.sync(records);
+}
+
+} // namespace pelorin

@@ -1,0 +1,153 @@
+import QtQuick
+import Pelorin
+
+// Everything about phones: the relay, its token, how a phone is set up, and those that are.
+Column {
+    id: setup
+
+    required property PhoneSetup phone
+    required property SettingsFacade settings
+
+    readonly property bool isComplete: phone.setupLink !== ""
+
+    spacing: Theme.gap
+
+    SectionTitle {
+        symbol: "antenna.radiowaves.left.and.right"
+        text: "Phone from anywhere (relay)"
+    }
+
+    CaptionText {
+        bottomPadding: Theme.smallGap
+        text: "Real iOS notifications from anywhere — no app, no shared Wi-Fi. This install has its own private token on Pelorin's relay; actionable asks are web-pushed to every phone you set up, and your Allow/Deny comes straight back here."
+        width: parent.width
+    }
+
+    Card {
+        height: implicitHeight
+        width: parent.width
+
+        LabelledLine {
+            label: "Relay URL"
+            mnemonic: "U"
+            placeholder: "https://relay.your-name.example"
+            value: setup.settings.relayURL
+
+            onEdited: text => setup.settings.relayURL = text
+            onFinished: setup.phone.loadPhonesOfNewConfig()
+        }
+
+        LabelledLine {
+            label: "Token"
+            mnemonic: "T"
+            placeholder: "provisioned automatically"
+            value: setup.settings.relayToken
+
+            onEdited: text => setup.settings.relayToken = text
+            onFinished: setup.phone.loadPhonesOfNewConfig()
+        }
+
+        Hairline {
+        }
+
+        BodyText {
+            color: WindowTheme.colors.secondaryText
+            text: "Enter your Worker URL and token to show a setup code."
+            visible: !setup.isComplete
+            width: parent.width
+        }
+
+        SetupCode {
+            link: setup.phone.setupLink
+            visible: setup.isComplete
+            width: parent.width
+        }
+
+        Hairline {
+        }
+
+        SettingRow {
+            caption: "A fresh token gives you a new, empty instance — use it to rotate a leaked token. Re-scan the QR on each phone afterward."
+            title: ""
+
+            Row {
+                spacing: Theme.gap
+
+                BusySign {
+                    anchors.verticalCenter: parent.verticalCenter
+                    running: setup.phone.isProvisioning
+                }
+
+                PushButton {
+                    enabled: !setup.phone.isProvisioning
+                    mnemonic: "R"
+                    name: "Regenerate token"
+                    symbol: "arrow.triangle.2.circlepath"
+
+                    onTriggered: setup.phone.regenerateToken()
+                }
+            }
+        }
+    }
+
+    Item {
+        height: Theme.gap
+        width: 1
+    }
+
+    Item {
+        height: Math.max(count.height, busy.height)
+        width: parent.width
+
+        SectionTitle {
+            id: count
+
+            text: setup.phone.phonesTitle
+            width: parent.width - busy.width - Theme.gap
+        }
+
+        BusySign {
+            id: busy
+
+            anchors.right: parent.right
+            anchors.verticalCenter: parent.verticalCenter
+            running: setup.phone.isLoading
+        }
+    }
+
+    PhoneCard {
+        phone: setup.phone
+        visible: setup.phone.phones.count > 0
+        width: parent.width
+    }
+
+    CaptionText {
+        text: "Removing a phone stops its notifications until it re-enables alerts."
+        width: parent.width
+    }
+
+    Item {
+        height: Theme.gap
+        width: 1
+    }
+
+    Card {
+        height: implicitHeight
+        width: parent.width
+
+        SettingRow {
+            caption: "Lets the Terminal tab in the phone app run shell commands here, as you (cd persists; “New shell” resets). Anyone with your relay link can too — keep it off unless you need it."
+            mnemonic: "c"
+            symbol: "terminal"
+            title: "Phone terminal — run commands on this Mac"
+
+            ToggleSwitch {
+                checked: setup.settings.phoneTerminalEnabled
+                mnemonic: "c"
+                name: "Phone terminal — run commands on this Mac"
+
+                onToggled: checked => setup.settings.phoneTerminalEnabled = checked
+            }
+        }
+    }
+}

@@ -1,0 +1,72 @@
+#include "BeaconryKit/interface/manager/SettingsFacade.h"
+
+#include <algorithm>
+#include <limits>
+
+namespace pelorin {
+
+SettingsFacade::SettingsFacade(NotifierSettings& settings, SessionRegistry& registry, QObject* parent)
+    : QObject(parent), m_settings(settings), m_registry(registry) {
+}
+
+void SettingsFacade::setSilentMode(bool silent) {
+    m_settings.setSilentMode(silent);
+}
+
+int SettingsFacade::defaultPolicy() const {
+    return static_cast<int>(std::ranges::find(allAutoDecisions, m_settings.defaultPolicy()) - allAutoDecisions.begin());
+}
+
+void SettingsFacade::setDefaultPolicy(int choice) {
+    if (choice >= 0 && choice < std::ssize(allAutoDecisions))
+        m_settings.setDefaultPolicy(allAutoDecisions[static_cast<std::size_t>(choice)]);
+}
+
+QStringList SettingsFacade::policyNames() {
+    QStringList names;
+    for (const AutoDecision policy : allAutoDecisions)
+        names.append(displayName(policy));
+    return names;
+}
+
+void SettingsFacade::setDecisionWaitSeconds(int seconds) {
+    m_settings.setDecisionWaitSeconds(seconds);
+}
+
+int SettingsFacade::autoDismissSeconds() const {
+    // The store bounds it on neither side.
+    return static_cast<int>(
+        std::clamp<qint64>(m_settings.notificationAutoDismissSeconds(), 0, std::numeric_limits<int>::max()));
+}
+
+void SettingsFacade::setAutoDismissSeconds(int seconds) {
+    m_settings.setNotificationAutoDismissSeconds(std::clamp(seconds, 0, longestAutoDismiss));
+}
+
+void SettingsFacade::setShowPlainNotifications(bool show) {
+    m_settings.setShowPlainNotifications(show);
+}
+
+void SettingsFacade::setAskKeywords(const QString& keywords) {
+    m_settings.setAskKeywords(keywords);
+}
+
+void SettingsFacade::setTrackOnlyOptIn(bool trackOnlyOptIn) {
+    m_settings.setTrackOnlyOptIn(trackOnlyOptIn);
+    // The registry takes effect at once, the settings keep the choice.
+    m_registry.setTrackOnlyOptIn(trackOnlyOptIn);
+}
+
+void SettingsFacade::setRelayURL(const QString& url) {
+    m_settings.setRelayURL(url);
+}
+
+void SettingsFacade::setRelayToken(const QString& token) {
+    m_settings.setRelayToken(token);
+}
+
+void SettingsFacade::setPhoneTerminalEnabled(bool enabled) {
+    m_settings.setPhoneTerminalEnabled(enabled);
+}
+
+} // namespace pelorin

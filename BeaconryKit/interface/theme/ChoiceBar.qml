@@ -1,0 +1,92 @@
+import QtQuick
+import Pelorin
+
+// One of a few choices, side by side. The bar is one stop of the Tab key; the arrow keys move within it.
+FocusScope {
+    id: bar
+
+    // What is chosen here, for those who hear the window.
+    required property string name
+    required property list<string> choices
+    required property int current
+
+    signal chosen(int index)
+
+    function choose(index: int) {
+        if (index >= 0 && index < choices.length && index !== current)
+            chosen(index);
+    }
+
+    Accessible.name: name
+    Accessible.role: Accessible.Grouping
+    activeFocusOnTab: true
+    implicitHeight: row.height + 4
+    implicitWidth: row.width + 4
+    opacity: enabled ? 1 : 0.4
+
+    Keys.onLeftPressed: bar.choose(bar.current - 1)
+    Keys.onRightPressed: bar.choose(bar.current + 1)
+
+    Rectangle {
+        anchors.fill: parent
+        border.color: WindowTheme.colors.controlBorder
+        border.width: 1
+        color: WindowTheme.colors.track
+        radius: Theme.controlRadius + 1
+    }
+
+    FocusRing {
+        radius: Theme.controlRadius + 4
+    }
+
+    Row {
+        id: row
+
+        x: 2
+        y: 2
+
+        Repeater {
+            model: bar.choices
+
+            Pressable {
+                id: segment
+
+                required property int index
+                required property string modelData
+
+                readonly property ChoiceBar bar: parent && parent.parent ? parent.parent as ChoiceBar : null
+                readonly property bool isCurrent: bar && index === bar.current
+
+                Accessible.checkable: true
+                Accessible.checked: isCurrent
+                Accessible.role: Accessible.RadioButton
+                activeFocusOnTab: false
+                cursor: Qt.ArrowCursor
+                implicitHeight: label.implicitHeight + 8
+                implicitWidth: label.implicitWidth + 20
+                name: modelData
+
+                onTriggered: bar.choose(index)
+
+                Rectangle {
+                    anchors.fill: parent
+                    color: segment.isCurrent ? WindowTheme.colors.selectedControl : segment.hovered ? Theme.faded(WindowTheme.colors.text, 0.06) : "transparent"
+                    border.color: WindowTheme.colors.controlBorder
+                    border.width: segment.isCurrent ? 1 : 0
+                    radius: Theme.controlRadius - 1
+                }
+
+                Text {
+                    id: label
+
+                    Accessible.ignored: true
+                    anchors.centerIn: parent
+                    color: segment.isCurrent ? WindowTheme.colors.text : WindowTheme.colors.secondaryText
+                    font.pointSize: Theme.textSize
+                    text: segment.name
+                    textFormat: Text.PlainText
+                }
+            }
+        }
+    }
+}

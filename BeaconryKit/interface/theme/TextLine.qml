@@ -1,0 +1,89 @@
+import QtQuick
+import Pelorin
+
+// One line of text that the user may change. It says so with every change and once more when the user is done.
+Item {
+    id: line
+
+    required property string name
+    required property string value
+    property string placeholder: ""
+    readonly property alias text: input.text
+
+    signal edited(string text)
+    signal finished
+    signal accepted
+
+    function takeFocus() {
+        input.forceActiveFocus(Qt.ShortcutFocusReason);
+        input.selectAll();
+    }
+
+    implicitHeight: input.implicitHeight + 12
+    implicitWidth: 240
+    opacity: enabled ? 1 : 0.5
+
+    Component.onCompleted: input.text = value
+    onValueChanged: {
+        // Setting what is there already would move the cursor.
+        if (input.text !== value)
+            input.text = value;
+    }
+
+    Rectangle {
+        anchors.fill: parent
+        border.color: WindowTheme.colors.controlBorder
+        border.width: 1
+        color: WindowTheme.colors.field
+        radius: Theme.controlRadius
+    }
+
+    FocusRing {
+        radius: Theme.controlRadius + 3
+        target: input
+    }
+
+    TextInput {
+        id: input
+
+        Accessible.description: line.placeholder
+        Accessible.name: line.name
+        Accessible.role: Accessible.EditableText
+        activeFocusOnTab: true
+        anchors.fill: parent
+        anchors.leftMargin: 9
+        anchors.rightMargin: 9
+        clip: true
+        color: WindowTheme.colors.text
+        font.pointSize: Theme.textSize
+        selectByMouse: true
+        selectedTextColor: WindowTheme.colors.textOnTint
+        selectionColor: WindowTheme.colors.accentFill
+        verticalAlignment: TextInput.AlignVCenter
+
+        onAccepted: line.accepted()
+        onActiveFocusChanged: {
+            // The end may have been what was looked at; the beginning tells more.
+            if (!activeFocus)
+                ensureVisible(0);
+        }
+        onEditingFinished: line.finished()
+        onTextEdited: line.edited(text)
+
+        HoverHandler {
+            cursorShape: Qt.IBeamCursor
+        }
+    }
+
+    Text {
+        Accessible.ignored: true
+        anchors.fill: input
+        color: WindowTheme.colors.tertiaryText
+        elide: Text.ElideRight
+        font: input.font
+        text: line.placeholder
+        textFormat: Text.PlainText
+        verticalAlignment: Text.AlignVCenter
+        visible: input.text === "" && input.preeditText === ""
+    }
+}

@@ -1,0 +1,62 @@
+import QtQuick
+import Pelorin
+
+// Something that is on or off. It shows what it is told, and says what the user wants.
+Pressable {
+    id: toggle
+
+    required property bool checked
+    property string mnemonic: ""
+
+    signal toggled(bool checked)
+
+    Accessible.checkable: true
+    Accessible.checked: checked
+    Accessible.role: Accessible.CheckBox
+    cursor: Qt.ArrowCursor
+    implicitHeight: 22
+    implicitWidth: 38
+    opacity: enabled ? 1 : 0.4
+
+    Accessible.onToggleAction: toggle.triggered()
+    onTriggered: toggle.toggled(!toggle.checked)
+
+    Shortcut {
+        enabled: toggle.mnemonic !== "" && toggle.visible && toggle.enabled
+        sequence: toggle.mnemonic === "" ? "" : "Alt+" + toggle.mnemonic
+
+        onActivated: {
+            toggle.forceActiveFocus(Qt.ShortcutFocusReason);
+            toggle.triggered();
+        }
+    }
+
+    Rectangle {
+        anchors.fill: parent
+        border.color: WindowTheme.colors.controlBorder
+        border.width: toggle.checked ? 0 : 1
+        color: toggle.checked ? WindowTheme.colors.accentFill : WindowTheme.colors.track
+        radius: height / 2
+    }
+
+    FocusRing {
+        radius: height / 2
+    }
+
+    Rectangle {
+        anchors.verticalCenter: parent.verticalCenter
+        border.color: "#22000000"
+        border.width: 1
+        color: "#ffffff"
+        height: parent.height - 4
+        radius: height / 2
+        width: height
+        x: toggle.checked ? toggle.width - width - 2 : 2
+
+        Behavior on x  {
+            NumberAnimation {
+                duration: Theme.hoverDuration
+            }
+        }
+    }
+}

@@ -1,0 +1,174 @@
+#include "tests/interface/ManagerSurroundings.h"
+
+#include "BeaconryKit/interface/manager/ManagerFacade.h"
+#include "BeaconryKit/interface/manager/ManagerWindow.h"
+
+#include <QGuiApplication>
+#include <QImage>
+#include <QPalette>
+#include <QQuickItem>
+#include <QTest>
+#include <QtQuickTest/quicktest.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+
+namespace pelorin {
+namespace {
+
+const QStringList tabNames{QStringLiteral("pending"), QStringLiteral("sessions"), QStringLiteral("phone"),
+                           QStringLiteral("settings")};
+
+struct Sample {
+    const char* source;
+    const char* project;
+    const char* tty;
+    const char* label;
+    bool optIn;
+};
+
+constexpr std::array samples{
+    Sample{"claude", "lighthouse", "pts/3", "", true},
+    Sample{"codex", "tidal-engine", "pts/7", "release train", false},
+    Sample{"gemini", "harbour-charts", "", "", false},
+    Sample{"claude", "pelorin", "pts/12", "panel work", true},
+    Sample{"opencode", "semaphore", "ttys004", "", false},
+};
+
+SessionInfo session(std::size_t number) {
+    const Sample& sample = samples[number % samples.size()];
+    SessionInfo session;
+    session.sessionId = QStringLiteral("session-%1").arg(number * 7 + 3);
+    session.source = QString::fromUtf8(sample.source);
+    session.cwd = QStringLiteral("/home/ada/") + QString::fromUtf8(sample.project);
+    session.tty = QString::fromUtf8(sample.tty);
+    session.label = QString::fromUtf8(sample.label);
+    session.optIn = sample.optIn;
+    return session;
+}
+
+AskEvent ask(std::size_t number, WallTime now) {
+    const SessionInfo from = session(number);
+    AskEvent ask;
+    ask.sessionId = from.sessionId;
+    ask.source = from.source;
+    ask.cwd = from.cwd;
+    ask.receivedAt = now - std::chrono::seconds(7 + 13 * static_cast<int>(number));
+    return ask;
+}
+
+AskEvent permission(std::size_t number, const QString& tool, const QString& summary, WallTime now) {
+    AskEvent permission = ask(number, now);
+    permission.requestId = QStringLiteral("request-%1").arg(number);
+    permission.toolName = tool;
+    permission.actionSummary = summary;
+    return permission;
+}
+
+void fillPending(ManagerSurroundings& all) {
+    const WallTime now = all.dispatch.now();
+    all.store.upsert(
+        permission(0, QStringLiteral("Bash"), QStringLiteral("git push --force-with-lease origin main"), now));
+    AskEvent question = ask(1, now);
+    question.message = QStringLiteral("Codex needs your permission to use Bash");
+    question.detail = QStringLiteral("$ rm -rf build && cmake --preset release\n"
+                                     "Would you like to run the following command?\n"
+                                     "1. Yes, proceed\n2. Yes, and don't ask again for this command\n3. No");
+    question.options = {{QStringLiteral("1"), QStringLiteral("Yes, proceed")},
+                        {QStringLiteral("2"), QStringLiteral("Yes, and don't ask again for this command")},
+                        {QStringLiteral("3"), QStringLiteral("No")}};
+    all.store.upsert(question);
+    AskEvent notice = ask(2, now);
+    notice.message = QStringLiteral("Gemini is waiting for your input");
+    notice.acceptsText = true;
+    all.store.upsert(notice);
+    AskEvent edit =
+        permission(3, QStringLiteral("Edit"), QStringLiteral("BeaconryKit/interface/panel/NotchPanel.cpp"), now);
+    edit.agentType = QStringLiteral("general-purpose");
+    all.store.upsert(edit);
+}
+
+void fillSessions(ManagerSurroundings& all) {
+    for (std::size_t i = 0; i < samples.size(); ++i)
+        all.registry.registerSession(session(i));
+    all.registry.setMuted(true, session(2).sessionId);
+    all.registry.setPolicy(AutoDecision::allow, session(1).sessionId);
+    all.registry.setPolicy(AutoDecision::deny, session(3).sessionId);
+}
+
+void answerRelay(ManagerSurroundings& all) {
+    all.dispatch.runDue();
+    for (const auto& sent : all.transport.sent)
+        sent.answer(R"json({"devices": [
+            {"id": "1", "label": "Ada's phone", "country": "GB",
+             "ua": "Mozilla/5.0 (iPhone; CPU iPhone OS 17_4 like Mac OS X) AppleWebKit/605.1.15 (KHTML, like Gecko)"},
+            {"id": "2", "country": "PT", "ua": "Mozilla/5.0 (iPad; CPU OS 17_2 like Mac OS X)"}]})json");
+    all.transport.sent.clear();
+    all.dispatch.runDue();
+}
+
+void useDarkDesktop() {
+    QPalette palette;
+    palette.setColor(QPalette::Window, QColor(0x20, 0x20, 0x24));
+    palette.setColor(QPalette::WindowText, Qt::white);
+    QGuiApplication::setPalette(palette);
+}
+
+bool isSettled(QQuickItem* item) {
+    return !QQuickTest::qIsPolishScheduled(item) && std::ranges::all_of(item->childItems(), isSettled);
+}
+
+bool settle(ManagerSurroundings& all, ManagerWindow& window) {
+    // Colours and knobs take a moment to get where they belong.
+    QTest::qWait(200);
+    return QTest::qWaitFor(
+        [&] {
+            all.dispatch.runDue();
+            return isSettled(window.contentItem());
+        },
+        10'000);
+}
+
+bool save(const QString& path, int tab, bool isFull) {
+    ManagerSurroundings all;
+    if (isFull) {
+        fillPending(all);
+        fillSessions(all);
+        all.settings.setRelayToken(QStringLiteral("5f1c9a6e0b7d4c2f9e38a1"));
+        all.markInstalled();
+    }
+    ManagerWindowController controller(
+        all.parts(), [](const AskEvent&, const AskAction&) {}, [](const SessionInfo&) {});
+    controller.show();
+    ManagerWindow& window = *controller.window();
+    controller.facade()->setTab(tab);
+    if (tab == 2 && isFull)
+        answerRelay(all);
+    all.dispatch.advance(AskListKeeper::settleTime);
+    if (!settle(all, window))
+        return false;
+    return window.grabWindow().save(path);
+}
+
+} // namespace
+} // namespace pelorin
+
+int main(int argc, char** argv) {
+    if (argc < 3) {
+        std::fputs("usage: manager_screenshot PICTURE TAB [light|dark [full|empty [SCALE]]]\n", stderr);
+        return 2;
+    }
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    if (argc > 5)
+        qputenv("QT_SCALE_FACTOR", argv[5]);
+    const QGuiApplication application(argc, argv);
+    QGuiApplication::setFont(QFont(QStringLiteral("DejaVu Sans"), 10));
+    const QStringList arguments = QGuiApplication::arguments();
+    const auto tab = static_cast<int>(pelorin::tabNames.indexOf(arguments.at(2)));
+    if (tab < 0)
+        return 2;
+    if (arguments.value(3) == QStringLiteral("dark"))
+        pelorin::useDarkDesktop();
+    return pelorin::save(arguments.at(1), tab, arguments.value(4) != QStringLiteral("empty")) ? 0 : 1;
+}

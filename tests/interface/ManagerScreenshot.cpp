@@ -73,7 +73,7 @@ void fillPending(ManagerSurroundings& all) {
     AskEvent question = ask(1, now);
     question.message = QStringLiteral("Codex needs your permission to use Bash");
     question.detail = QStringLiteral("$ rm -rf build && cmake --preset release\n"
-                                     "Would you like to run the following command?\n"
+                                     "Do you want to run this command?\n"
                                      "1. Yes, proceed\n2. Yes, and don't ask again for this command\n3. No");
     question.options = {{QStringLiteral("1"), QStringLiteral("Yes, proceed")},
                         {QStringLiteral("2"), QStringLiteral("Yes, and don't ask again for this command")},
@@ -130,7 +130,7 @@ bool settle(ManagerSurroundings& all, ManagerWindow& window) {
         10'000);
 }
 
-bool save(const QString& path, int tab, bool isFull) {
+bool save(const QString& path, int tab, bool isFull, QSize size) {
     ManagerSurroundings all;
     if (isFull) {
         fillPending(all);
@@ -142,9 +142,13 @@ bool save(const QString& path, int tab, bool isFull) {
         all.parts(), [](const AskEvent&, const AskAction&) {}, [](const SessionInfo&) {});
     controller.show();
     ManagerWindow& window = *controller.window();
+    if (!size.isEmpty())
+        window.resize(size);
     controller.facade()->setTab(tab);
     if (tab == 2 && isFull)
         answerRelay(all);
+    if (!settle(all, window))
+        return false;
     all.dispatch.advance(AskListKeeper::settleTime);
     if (!settle(all, window))
         return false;
@@ -156,7 +160,7 @@ bool save(const QString& path, int tab, bool isFull) {
 
 int main(int argc, char** argv) {
     if (argc < 3) {
-        std::fputs("usage: manager_screenshot PICTURE TAB [light|dark [full|empty [SCALE]]]\n", stderr);
+        std::fputs("usage: manager_screenshot PICTURE TAB [light|dark [full|empty [SCALE [WIDTH HEIGHT]]]]\n", stderr);
         return 2;
     }
     qputenv("QT_QPA_PLATFORM", "offscreen");
@@ -170,5 +174,6 @@ int main(int argc, char** argv) {
         return 2;
     if (arguments.value(3) == QStringLiteral("dark"))
         pelorin::useDarkDesktop();
-    return pelorin::save(arguments.at(1), tab, arguments.value(4) != QStringLiteral("empty")) ? 0 : 1;
+    const QSize size(arguments.value(6).toInt(), arguments.value(7).toInt());
+    return pelorin::save(arguments.at(1), tab, arguments.value(4) != QStringLiteral("empty"), size) ? 0 : 1;
 }

@@ -65,20 +65,6 @@ void PanelFixture::show(const QList<AskEvent>& asks) {
     settleAndArm();
 }
 
-QList<QQuickItem*> PanelFixture::itemsOfType(QQuickItem* root, const QByteArray& type) {
-    QList<QQuickItem*> found;
-    for (const QMetaObject* meta = root->metaObject(); meta; meta = meta->superClass()) {
-        const QByteArray name(meta->className());
-        if (name == type || name.startsWith(type + "_QMLTYPE") || name.startsWith(type + "_QML_")) {
-            found.append(root);
-            break;
-        }
-    }
-    for (QQuickItem* child : root->childItems())
-        found.append(itemsOfType(child, type));
-    return found;
-}
-
 QQuickItem* PanelFixture::row(const QString& askId) {
     for (QQuickItem* item : itemsOfType(&controller->hosting(), "AskRow")) {
         if (item->property("askId") == askId)

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "tests/interface/SampleAsks.h"
+#include "tests/interface/SceneItems.h"
 #include "tests/support/ManualDispatch.h"
 #include "tests/support/MemoryUserDefaults.h"
 
@@ -95,8 +96,6 @@ protected:
     QQuickItem* control(const QString& askId, const QString& name);
     /// The control's middle in the window.
     QPoint middle(const QString& askId, const QString& name);
-    /// All items below `root` of that QML type name, itself included.
-    static QList<QQuickItem*> itemsOfType(QQuickItem* root, const QByteArray& type);
     static QRectF rectangleIn(QQuickItem* item, QQuickItem* ancestor);
 
     void press(QPoint place);

@@ -58,11 +58,11 @@ INSTANTIATE_TEST_SUITE_P(Symbols, SymbolName,
                                            "checkmark.circle", "iphone", "antenna.radiowaves.left.and.right",
                                            "arrow.triangle.2.circlepath", "checkmark.seal.fill",
                                            "exclamationmark.triangle.fill", "moon.zzz", "star.circle.fill", "xmark",
-                                           "arrow.turn.down.right"));
+                                           "arrow.turn.down.right", "gearshape", "terminal"));
 
 TEST(Symbols, TellsAllNamesApart) {
     const QStringList names = Symbols::names();
-    EXPECT_EQ(names.size(), 20);
+    EXPECT_EQ(names.size(), 22);
     for (const QString& one : names) {
         for (const QString& other : names) {
             if (one != other) {

@@ -36,7 +36,7 @@ Item {
             id: source
 
             Accessible.ignored: true
-            color: WindowTheme.colors.secondaryText
+            color: Theme.window.secondaryText
             elide: Text.ElideRight
             font.pointSize: Theme.textSize
             text: header.sourceLabel
@@ -46,7 +46,7 @@ Item {
 
         Text {
             Accessible.ignored: true
-            color: WindowTheme.colors.text
+            color: Theme.window.text
             elide: Text.ElideRight
             font.pointSize: Theme.textSize
             font.weight: Font.DemiBold

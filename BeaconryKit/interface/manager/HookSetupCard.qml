@@ -25,7 +25,7 @@ Column {
                 id: picture
 
                 anchors.verticalCenter: parent.verticalCenter
-                color: setup.hooks.isInstalled ? WindowTheme.colors.allow : WindowTheme.colors.orange
+                color: setup.hooks.isInstalled ? Theme.window.allow : Theme.window.orange
                 height: 24
                 symbol: setup.hooks.isInstalled ? "checkmark.seal.fill" : "exclamationmark.triangle.fill"
                 width: 24
@@ -56,7 +56,7 @@ Column {
                 enabled: !setup.hooks.isBusy
                 mnemonic: "I"
                 name: setup.hooks.isInstalling ? "Installing…" : setup.hooks.installationFailed ? "Install again" : setup.hooks.isInstalled ? "Reinstall" : "Install"
-                tint: setup.hooks.isInstalled ? "transparent" : WindowTheme.colors.accentFill
+                tint: setup.hooks.isInstalled ? "transparent" : Theme.window.accentFill
 
                 onTriggered: setup.hooks.install()
             }
@@ -75,7 +75,7 @@ Column {
         }
 
         BodyText {
-            color: setup.hooks.isFailure ? WindowTheme.colors.deny : WindowTheme.colors.secondaryText
+            color: setup.hooks.isFailure ? Theme.window.deny : Theme.window.secondaryText
             text: setup.hooks.message
             visible: text !== ""
             width: parent.width

@@ -11,7 +11,7 @@ Pressable {
     // A number beside the symbol; 0 for none.
     required property int badge
 
-    readonly property color inkColor: isCurrent ? WindowTheme.colors.accent : WindowTheme.colors.secondaryText
+    readonly property color inkColor: isCurrent ? Theme.window.accent : Theme.window.secondaryText
 
     Accessible.description: badge > 0 ? badge + " waiting" : ""
     Accessible.role: Accessible.PageTab
@@ -31,7 +31,7 @@ Pressable {
 
     Rectangle {
         anchors.fill: parent
-        color: WindowTheme.colors.text
+        color: Theme.window.text
         opacity: tab.isCurrent ? 0.08 : tab.hovered ? 0.04 : 0
         radius: Theme.radius - 1
     }
@@ -55,9 +55,9 @@ Pressable {
     Rectangle {
         anchors.left: picture.right
         anchors.leftMargin: -8
-        border.color: WindowTheme.colors.bar
+        border.color: Theme.window.bar
         border.width: 1.5
-        color: WindowTheme.colors.denyFill
+        color: Theme.window.denyFill
         height: number.implicitHeight + 2
         radius: height / 2
         visible: tab.badge > 0
@@ -69,7 +69,7 @@ Pressable {
 
             Accessible.ignored: true
             anchors.centerIn: parent
-            color: WindowTheme.colors.textOnTint
+            color: Theme.window.textOnTint
             font.pointSize: Theme.textSize * 0.75
             font.weight: Font.DemiBold
             text: tab.badge > 999 ? "999+" : tab.badge
@@ -83,7 +83,7 @@ Pressable {
         anchors.bottom: parent.bottom
         anchors.bottomMargin: Theme.smallGap
         anchors.horizontalCenter: parent.horizontalCenter
-        color: tab.isCurrent ? WindowTheme.colors.accent : WindowTheme.colors.text
+        color: tab.isCurrent ? Theme.window.accent : Theme.window.text
         font.pointSize: Theme.smallTextSize
         font.weight: tab.isCurrent ? Font.DemiBold : Font.Normal
         mnemonic: tab.mnemonic

@@ -20,7 +20,7 @@ Rectangle {
 
     Accessible.name: "Tabs"
     Accessible.role: Accessible.PageTabList
-    color: WindowTheme.colors.bar
+    color: Theme.window.bar
     implicitHeight: row.height + 2 * Theme.gap
 
     Row {
@@ -79,7 +79,7 @@ Rectangle {
         anchors.bottom: parent.bottom
         anchors.left: parent.left
         anchors.right: parent.right
-        color: WindowTheme.colors.hairline
+        color: Theme.window.hairline
         height: 1
     }
 }

@@ -23,7 +23,7 @@ Rectangle {
 
     Accessible.name: "AI Session Manager"
     Accessible.role: Accessible.Pane
-    color: WindowTheme.colors.background
+    color: Theme.window.background
     implicitHeight: 66 * Theme.textSize
     implicitWidth: 70 * Theme.textSize
 
@@ -55,14 +55,14 @@ Rectangle {
     }
 
     Binding {
-        property: "isDark"
-        target: WindowTheme
+        property: "windowIsDark"
+        target: Theme
         value: desktop.window.hslLightness < desktop.windowText.hslLightness
     }
 
     Binding {
         property: "marksMnemonics"
-        target: WindowTheme
+        target: Theme
         value: view.manager.showsMnemonics
     }
 

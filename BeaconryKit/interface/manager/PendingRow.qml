@@ -62,7 +62,7 @@ Item {
             width: parent.width
 
             CountdownLabel {
-                colors: WindowTheme.colors
+                colors: Theme.window
                 isOver: row.countdownIsOver
                 isUrgent: row.countdownIsUrgent
                 text: row.countdownText
@@ -70,7 +70,7 @@ Item {
         }
 
         Rectangle {
-            color: row.isPermission ? WindowTheme.colors.inset : "transparent"
+            color: row.isPermission ? Theme.window.inset : "transparent"
             height: words.height + 2 * words.y
             radius: Theme.controlRadius
             width: parent.width
@@ -78,7 +78,7 @@ Item {
             BodyText {
                 id: words
 
-                color: row.isPermission ? WindowTheme.colors.text : WindowTheme.colors.secondaryText
+                color: row.isPermission ? Theme.window.text : Theme.window.secondaryText
                 elide: Text.ElideRight
                 font.family: row.isPermission ? Theme.codeFamily : Theme.textFamily
                 font.pointSize: row.isPermission ? Theme.codeSize : Theme.textSize
@@ -98,8 +98,8 @@ Item {
         }
 
         TerminalText {
-            color: WindowTheme.colors.inset
-            colors: WindowTheme.colors
+            color: Theme.window.inset
+            colors: Theme.window
             text: row.detail
             visible: row.expanded && row.detail !== ""
             width: parent.width
@@ -140,7 +140,7 @@ Item {
                 anchors.verticalCenter: reply.verticalCenter
                 enabled: reply.text.trim() !== ""
                 name: "Send"
-                tint: WindowTheme.colors.accentFill
+                tint: Theme.window.accentFill
 
                 onTriggered: row.pending.sendText(row.askId, reply.text)
             }
@@ -153,7 +153,7 @@ Item {
             PushButton {
                 armed: row.armed
                 name: "Allow"
-                tint: WindowTheme.colors.allowFill
+                tint: Theme.window.allowFill
                 visible: row.isPermission
 
                 onTriggered: row.pending.allow(row.askId)
@@ -162,7 +162,7 @@ Item {
             PushButton {
                 armed: row.armed
                 name: "Deny"
-                tint: WindowTheme.colors.denyFill
+                tint: Theme.window.denyFill
                 visible: row.isPermission
 
                 onTriggered: row.pending.deny(row.askId)

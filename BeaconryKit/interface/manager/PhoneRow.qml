@@ -28,7 +28,7 @@ Item {
     SymbolItem {
         id: picture
 
-        color: WindowTheme.colors.secondaryText
+        color: Theme.window.secondaryText
         height: 24
         symbol: "iphone"
         width: 24

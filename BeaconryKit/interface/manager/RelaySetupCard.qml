@@ -51,7 +51,7 @@ Column {
         }
 
         BodyText {
-            color: WindowTheme.colors.secondaryText
+            color: Theme.window.secondaryText
             text: "Enter your Worker URL and token to show a setup code."
             visible: !setup.isComplete
             width: parent.width
@@ -66,26 +66,40 @@ Column {
         Hairline {
         }
 
-        SettingRow {
-            caption: "A fresh token gives you a new, empty instance — use it to rotate a leaked token. Re-scan the QR on each phone afterward."
-            title: ""
+        Item {
+            height: Math.max(regenerate.height, advice.height)
+            width: parent.width
 
-            Row {
-                spacing: Theme.gap
+            CaptionText {
+                id: advice
 
-                BusySign {
-                    anchors.verticalCenter: parent.verticalCenter
-                    running: setup.phone.isProvisioning
-                }
+                anchors.left: parent.left
+                anchors.right: regenerating.left
+                anchors.rightMargin: Theme.gap
+                anchors.verticalCenter: parent.verticalCenter
+                text: "A fresh token gives you a new, empty instance — use it to rotate a leaked token. Re-scan the QR on each phone afterward."
+            }
 
-                PushButton {
-                    enabled: !setup.phone.isProvisioning
-                    mnemonic: "R"
-                    name: "Regenerate token"
-                    symbol: "arrow.triangle.2.circlepath"
+            BusySign {
+                id: regenerating
 
-                    onTriggered: setup.phone.regenerateToken()
-                }
+                anchors.right: regenerate.left
+                anchors.rightMargin: Theme.gap
+                anchors.verticalCenter: parent.verticalCenter
+                running: setup.phone.isProvisioning
+            }
+
+            PushButton {
+                id: regenerate
+
+                anchors.right: parent.right
+                anchors.verticalCenter: parent.verticalCenter
+                enabled: !setup.phone.isProvisioning
+                mnemonic: "R"
+                name: "Regenerate token"
+                symbol: "arrow.triangle.2.circlepath"
+
+                onTriggered: setup.phone.regenerateToken()
             }
         }
     }

@@ -64,7 +64,7 @@ Item {
 
                     Badge {
                         greatestWidth: parent.width
-                        inkColor: WindowTheme.colors.accent
+                        inkColor: Theme.window.accent
                         symbol: "star.circle.fill"
                         text: "Launched via wyrn"
                         visible: row.isOptedIn

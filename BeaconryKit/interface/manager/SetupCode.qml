@@ -16,7 +16,7 @@ Item {
     Rectangle {
         id: plate
 
-        border.color: WindowTheme.colors.hairline
+        border.color: Theme.window.hairline
         border.width: 1
         color: "#ffffff"
         height: 176 + 2

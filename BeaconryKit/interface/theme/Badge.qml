@@ -8,7 +8,7 @@ Rectangle {
     required property string text
     property string symbol: ""
     property real greatestWidth: 1000
-    property color inkColor: WindowTheme.colors.secondaryText
+    property color inkColor: Theme.window.secondaryText
 
     Accessible.name: text
     Accessible.role: Accessible.StaticText

@@ -5,7 +5,7 @@ import Pelorin
 Text {
     Accessible.name: text
     Accessible.role: Accessible.StaticText
-    color: WindowTheme.colors.text
+    color: Theme.window.text
     font.pointSize: Theme.textSize
     textFormat: Text.PlainText
     wrapMode: Text.Wrap

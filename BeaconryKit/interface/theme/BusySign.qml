@@ -8,7 +8,7 @@ SymbolItem {
     required property bool running
 
     Accessible.ignored: true
-    color: WindowTheme.colors.secondaryText
+    color: Theme.window.secondaryText
     height: 16
     symbol: "arrow.triangle.2.circlepath"
     visible: running

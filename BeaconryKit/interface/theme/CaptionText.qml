@@ -3,7 +3,7 @@ import Pelorin
 
 // What explains a control, beneath it.
 BodyText {
-    color: WindowTheme.colors.secondaryText
+    color: Theme.window.secondaryText
     font.pointSize: Theme.smallTextSize
     lineHeight: 1.15
 }

@@ -8,9 +8,9 @@ Rectangle {
     default property alias content: column.data
     property alias spacing: column.spacing
 
-    border.color: WindowTheme.colors.hairline
+    border.color: Theme.window.hairline
     border.width: 1
-    color: WindowTheme.colors.surface
+    color: Theme.window.surface
     implicitHeight: column.height + 2 * Theme.margin - 4
     radius: Theme.radius + 1
 

@@ -29,9 +29,9 @@ FocusScope {
 
     Rectangle {
         anchors.fill: parent
-        border.color: WindowTheme.colors.controlBorder
+        border.color: Theme.window.controlBorder
         border.width: 1
-        color: WindowTheme.colors.track
+        color: Theme.window.track
         radius: Theme.controlRadius + 1
     }
 
@@ -70,8 +70,8 @@ FocusScope {
 
                 Rectangle {
                     anchors.fill: parent
-                    color: segment.isCurrent ? WindowTheme.colors.selectedControl : segment.hovered ? Theme.faded(WindowTheme.colors.text, 0.06) : "transparent"
-                    border.color: WindowTheme.colors.controlBorder
+                    color: segment.isCurrent ? Theme.window.selectedControl : segment.hovered ? Theme.faded(Theme.window.text, 0.06) : "transparent"
+                    border.color: Theme.window.controlBorder
                     border.width: segment.isCurrent ? 1 : 0
                     radius: Theme.controlRadius - 1
                 }
@@ -81,7 +81,7 @@ FocusScope {
 
                     Accessible.ignored: true
                     anchors.centerIn: parent
-                    color: segment.isCurrent ? WindowTheme.colors.text : WindowTheme.colors.secondaryText
+                    color: segment.isCurrent ? Theme.window.text : Theme.window.secondaryText
                     font.pointSize: Theme.textSize
                     text: segment.name
                     textFormat: Text.PlainText

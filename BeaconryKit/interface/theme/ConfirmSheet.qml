@@ -31,7 +31,7 @@ FocusScope {
     Rectangle {
         anchors.fill: parent
         color: "#000000"
-        opacity: WindowTheme.isDark ? 0.55 : 0.3
+        opacity: Theme.windowIsDark ? 0.55 : 0.3
     }
 
     // Nothing beneath is to be clicked.
@@ -44,9 +44,9 @@ FocusScope {
 
     Rectangle {
         anchors.centerIn: parent
-        border.color: WindowTheme.colors.controlBorder
+        border.color: Theme.window.controlBorder
         border.width: 1
-        color: WindowTheme.colors.surface
+        color: Theme.window.surface
         height: column.height + 2 * Theme.pageMargin
         radius: Theme.radius + 3
         width: Math.min(sheet.width - 2 * Theme.pageMargin, 42 * Theme.textSize)
@@ -67,7 +67,7 @@ FocusScope {
             }
 
             BodyText {
-                color: WindowTheme.colors.secondaryText
+                color: Theme.window.secondaryText
                 lineHeight: 1.1
                 text: sheet.text
                 width: parent.width
@@ -88,7 +88,7 @@ FocusScope {
 
                 PushButton {
                     name: sheet.confirmName
-                    tint: WindowTheme.colors.denyFill
+                    tint: Theme.window.denyFill
 
                     onTriggered: {
                         sheet.close();

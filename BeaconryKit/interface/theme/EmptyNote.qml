@@ -17,7 +17,7 @@ Item {
 
         SymbolItem {
             anchors.horizontalCenter: parent.horizontalCenter
-            color: WindowTheme.colors.tertiaryText
+            color: Theme.window.tertiaryText
             height: 44
             symbol: note.symbol
             visible: note.symbol !== ""
@@ -39,7 +39,7 @@ Item {
         }
 
         BodyText {
-            color: WindowTheme.colors.secondaryText
+            color: Theme.window.secondaryText
             horizontalAlignment: Text.AlignHCenter
             text: note.text
             visible: text !== ""

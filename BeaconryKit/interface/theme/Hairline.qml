@@ -2,7 +2,7 @@ import QtQuick
 import Pelorin
 
 Rectangle {
-    color: WindowTheme.colors.hairline
+    color: Theme.window.hairline
     height: 1
     width: parent ? parent.width : 0
 }

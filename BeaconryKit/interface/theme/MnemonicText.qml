@@ -8,10 +8,10 @@ Text {
     required property string name
     property string mnemonic: ""
 
-    readonly property bool isMarked: WindowTheme.marksMnemonics && mnemonic !== ""
+    readonly property bool isMarked: Theme.marksMnemonics && mnemonic !== ""
 
     Accessible.ignored: true
-    color: WindowTheme.colors.text
+    color: Theme.window.text
     font.pointSize: Theme.textSize
     text: isMarked ? name.replace(mnemonic, "<u>" + mnemonic + "</u>") : name
     textFormat: isMarked ? Text.StyledText : Text.PlainText

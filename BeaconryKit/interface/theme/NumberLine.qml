@@ -39,9 +39,9 @@ Item {
 
     Rectangle {
         anchors.fill: parent
-        border.color: WindowTheme.colors.controlBorder
+        border.color: Theme.window.controlBorder
         border.width: 1
-        color: WindowTheme.colors.field
+        color: Theme.window.field
         radius: Theme.controlRadius
     }
 
@@ -70,14 +70,14 @@ Item {
         anchors.rightMargin: 6
         anchors.top: parent.top
         clip: true
-        color: WindowTheme.colors.text
+        color: Theme.window.text
         font.pointSize: Theme.textSize
         horizontalAlignment: TextInput.AlignRight
         inputMethodHints: Qt.ImhDigitsOnly
         maximumLength: 6
         selectByMouse: true
-        selectedTextColor: WindowTheme.colors.textOnTint
-        selectionColor: WindowTheme.colors.accentFill
+        selectedTextColor: Theme.window.textOnTint
+        selectionColor: Theme.window.accentFill
         verticalAlignment: TextInput.AlignVCenter
 
         validator: RegularExpressionValidator {

@@ -13,7 +13,7 @@ Pressable {
     property real availableWidth: 1000
 
     readonly property bool isTinted: tint.a > 0
-    readonly property color inkColor: isTinted ? WindowTheme.colors.textOnTint : WindowTheme.colors.text
+    readonly property color inkColor: isTinted ? Theme.window.textOnTint : Theme.window.text
     readonly property real inset: 12
 
     cursor: Qt.ArrowCursor
@@ -38,12 +38,12 @@ Pressable {
     }
 
     Rectangle {
-        readonly property color restColor: button.isTinted ? button.tint : WindowTheme.colors.control
+        readonly property color restColor: button.isTinted ? button.tint : Theme.window.control
 
         anchors.fill: parent
-        border.color: button.isTinted ? "transparent" : WindowTheme.colors.controlBorder
+        border.color: button.isTinted ? "transparent" : Theme.window.controlBorder
         border.width: button.isTinted ? 0 : 1
-        color: button.pressed ? Qt.darker(restColor, 1.14) : button.hovered ? Qt.darker(restColor, WindowTheme.isDark ? 0.9 : 1.04) : restColor
+        color: button.pressed ? Qt.darker(restColor, 1.14) : button.hovered ? Qt.darker(restColor, Theme.windowIsDark ? 0.9 : 1.04) : restColor
         radius: Theme.controlRadius
     }
 

@@ -26,7 +26,7 @@ Row {
     BodyText {
         Accessible.ignored: true
         anchors.verticalCenter: parent.verticalCenter
-        color: WindowTheme.colors.secondaryText
+        color: Theme.window.secondaryText
         text: "seconds"
         wrapMode: Text.NoWrap
     }

@@ -17,7 +17,7 @@ Item {
         id: picture
 
         anchors.verticalCenter: parent.verticalCenter
-        color: WindowTheme.colors.accent
+        color: Theme.window.accent
         height: 18
         symbol: title.symbol
         visible: title.symbol !== ""
@@ -28,7 +28,7 @@ Item {
         id: words
 
         Accessible.ignored: true
-        color: WindowTheme.colors.text
+        color: Theme.window.text
         font.pointSize: Theme.textSize * 1.05
         font.weight: Font.DemiBold
         text: title.text

@@ -23,13 +23,13 @@ Item {
         Accessible.role: Accessible.EditableText
         activeFocusOnTab: true
         anchors.verticalCenter: parent.verticalCenter
-        color: WindowTheme.colors.secondaryText
+        color: Theme.window.secondaryText
         font.family: Theme.codeFamily
         font.pointSize: Theme.smallTextSize
         readOnly: true
         selectByMouse: true
-        selectedTextColor: WindowTheme.colors.textOnTint
-        selectionColor: WindowTheme.colors.accentFill
+        selectedTextColor: Theme.window.textOnTint
+        selectionColor: Theme.window.accentFill
         text: selectable.text
         textFormat: TextEdit.PlainText
         width: parent.width

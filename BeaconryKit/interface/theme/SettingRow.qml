@@ -26,11 +26,11 @@ Item {
         id: picture
 
         anchors.verticalCenter: heading.verticalCenter
-        color: WindowTheme.colors.secondaryText
-        height: 17
+        color: Theme.window.secondaryText
+        height: 20
         symbol: row.symbol
         visible: row.symbol !== ""
-        width: 17
+        width: 20
     }
 
     MnemonicText {

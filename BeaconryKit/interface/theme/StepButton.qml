@@ -15,14 +15,14 @@ Pressable {
     Rectangle {
         anchors.fill: parent
         anchors.margins: 2
-        color: button.pressed ? WindowTheme.colors.controlBorder : button.hovered && button.enabled ? WindowTheme.colors.track : "transparent"
+        color: button.pressed ? Theme.window.controlBorder : button.hovered && button.enabled ? Theme.window.track : "transparent"
         radius: Theme.controlRadius - 2
     }
 
     Text {
         Accessible.ignored: true
         anchors.centerIn: parent
-        color: WindowTheme.colors.text
+        color: Theme.window.text
         font.pointSize: Theme.textSize * 1.1
         opacity: button.enabled ? 1 : 0.35
         text: button.sign

@@ -32,9 +32,9 @@ Item {
 
     Rectangle {
         anchors.fill: parent
-        border.color: WindowTheme.colors.controlBorder
+        border.color: Theme.window.controlBorder
         border.width: 1
-        color: WindowTheme.colors.field
+        color: Theme.window.field
         radius: Theme.controlRadius
     }
 
@@ -54,11 +54,11 @@ Item {
         anchors.leftMargin: 9
         anchors.rightMargin: 9
         clip: true
-        color: WindowTheme.colors.text
+        color: Theme.window.text
         font.pointSize: Theme.textSize
         selectByMouse: true
-        selectedTextColor: WindowTheme.colors.textOnTint
-        selectionColor: WindowTheme.colors.accentFill
+        selectedTextColor: Theme.window.textOnTint
+        selectionColor: Theme.window.accentFill
         verticalAlignment: TextInput.AlignVCenter
 
         onAccepted: line.accepted()
@@ -78,7 +78,7 @@ Item {
     Text {
         Accessible.ignored: true
         anchors.fill: input
-        color: WindowTheme.colors.tertiaryText
+        color: Theme.window.tertiaryText
         elide: Text.ElideRight
         font: input.font
         text: line.placeholder

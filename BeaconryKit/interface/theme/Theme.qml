@@ -2,14 +2,20 @@ pragma Singleton
 import QtQuick
 import Pelorin
 
-// The one place for colours, fonts and distances. The panel is always dark; a window picks the set that suits it.
+// The one place for colours, fonts and distances. The panel is always dark; ordinary windows are as the desktop's are.
 QtObject {
+    id: theme
+
+    // The colours of ordinary windows. The one that is open tells whether the desktop wants them dark.
+    readonly property ColorSet window: windowIsDark ? darkWindow : light
+    property bool windowIsDark: false
+    // Whether the letters that reach controls with the Alt key are underlined.
+    property bool marksMnemonics: false
+
     readonly property ColorSet dark: ColorSet {
         background: "#0b0b0e"
         surface: "#18181d"
         surfaceHovered: "#24242b"
-        inset: "#0f0f13"
-        bar: "#141418"
         hairline: "#24ffffff"
         text: "#f4f4f7"
         secondaryText: "#a6a6b0"
@@ -17,17 +23,34 @@ QtObject {
         accent: "#5aa9ff"
         allow: "#3fcf6e"
         deny: "#ff5d57"
-        control: "#34343c"
-        controlBorder: "#30ffffff"
-        track: "#26262d"
-        selectedControl: "#54545f"
-        field: "#111115"
+        yellow: "#ffd93b"
+        orange: "#ff9b3d"
+    }
+    // Less deep than the panel, which is to pass for a part of the screen's edge.
+    readonly property ColorSet darkWindow: ColorSet {
+        background: "#1c1c20"
+        surface: "#27272c"
+        surfaceHovered: "#313138"
+        inset: "#1b1b1f"
+        bar: "#25252a"
+        hairline: theme.dark.hairline
+        text: theme.dark.text
+        secondaryText: "#b0b0ba"
+        tertiaryText: "#8b8b96"
+        accent: theme.dark.accent
+        allow: theme.dark.allow
+        deny: "#ff6f69"
+        control: "#3b3b43"
+        controlBorder: "#2effffff"
+        track: "#1d1d21"
+        selectedControl: "#5b5b66"
+        field: "#1b1b1f"
         accentFill: "#2f7de0"
         allowFill: "#238a48"
         denyFill: "#cf4039"
         textOnTint: "#ffffff"
-        yellow: "#ffd93b"
-        orange: "#ff9b3d"
+        yellow: theme.dark.yellow
+        orange: theme.dark.orange
     }
     readonly property ColorSet light: ColorSet {
         background: "#f6f6f8"

@@ -33,9 +33,9 @@ Pressable {
 
     Rectangle {
         anchors.fill: parent
-        border.color: WindowTheme.colors.controlBorder
+        border.color: Theme.window.controlBorder
         border.width: toggle.checked ? 0 : 1
-        color: toggle.checked ? WindowTheme.colors.accentFill : WindowTheme.colors.track
+        color: toggle.checked ? Theme.window.accentFill : Theme.window.track
         radius: height / 2
     }
 

@@ -21,6 +21,9 @@ Program::Program(const std::vector<std::string>& arguments, const std::vector<st
     variables.push_back("HOME=" + m_home);
     variables.push_back("XDG_RUNTIME_DIR=" + m_home);
     variables.push_back(std::string("PATH=") + std::getenv("PATH"));
+    // Nobody answers there: what would go to another machine stays on this one.
+    variables.emplace_back("all_proxy=http://127.0.0.1:9");
+    variables.emplace_back("https_proxy=http://127.0.0.1:9");
     const auto pointers = [](const std::vector<std::string>& strings) {
         std::vector<char*> list;
         for (const std::string& string : strings)

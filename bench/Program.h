@@ -9,7 +9,8 @@ namespace pelorin::bench {
 /// A program that runs beside the benchmark, with a home folder of its own, and is ended with this object.
 class Program {
 public:
-    /// Starts the program; `environment` (NAME=VALUE) is all that it gets besides PATH and the private home.
+    /// Starts the program; `environment` (NAME=VALUE) is all that it gets besides PATH, the private
+    /// home and a proxy that keeps it from other machines.
     explicit Program(const std::vector<std::string>& arguments, const std::vector<std::string>& environment = {});
     ~Program();
     Program(const Program&) = delete;

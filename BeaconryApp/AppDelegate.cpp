@@ -1,11 +1,13 @@
 #include "BeaconryApp/AppDelegate.h"
 
+#include "BeaconryKit/interface/InterfaceEngine.h"
 #include "BeaconryKit/model/Blanks.h"
 #include "BeaconryKit/platform/Overloaded.h"
 #include "BeaconryKit/relay/RelayMessages.h"
 #include "BeaconryKit/terminal/ExpandedAsk.h"
 #include "BeaconryKit/terminal/TerminalCapture.h"
 
+#include <QCoreApplication>
 #include <QThread>
 
 #include <algorithm>
@@ -34,11 +36,10 @@ AppDelegate::~AppDelegate() {
 std::optional<Alert> AppDelegate::start(quint16 port, Display display) {
     m_registry.setTrackOnlyOptIn(m_settings.trackOnlyOptIn());
     if (display == Display::present)
-        m_panelController = std::make_unique<NotchPanelController>(
-            m_store, m_settings, m_surroundings.dispatch,
-            [this](const AskEvent& ask, const AskAction& action) { handle(ask, action); });
+        makeWindows();
     if (auto alert = startServer(port))
         return alert;
+    setUpStatusItem();
     // The announcement comes before the change is stored: the new values are read on a later turn.
     connect(&m_settings, &NotifierSettings::objectWillChange, this, &AppDelegate::settingsChanged,
             Qt::QueuedConnection);
@@ -47,6 +48,38 @@ std::optional<Alert> AppDelegate::start(quint16 port, Display display) {
     connect(&m_store, &AskStore::objectWillChange, this, [this] { m_askListSync.trigger(); });
     startRelay();
     return std::nullopt;
+}
+
+void AppDelegate::makeWindows() {
+    const auto onAction = [this](const AskEvent& ask, const AskAction& action) {
+        handle(ask, action);
+    };
+    const auto engine = makeInterfaceEngine();
+    m_panelController = std::make_unique<NotchPanelController>(m_store, m_settings, m_surroundings.dispatch, onAction,
+                                                               makePanelSurroundings(engine));
+    m_managerController = std::make_unique<ManagerWindowController>(
+        ManagerParts{.store = m_store,
+                     .registry = m_registry,
+                     .settings = m_settings,
+                     .dispatch = m_surroundings.dispatch,
+                     .relay = m_relay,
+                     .provisioner = m_provisioner},
+        onAction, [this](const SessionInfo& session) { m_focus.focus(session); }, engine);
+}
+
+void AppDelegate::setUpStatusItem() {
+    m_statusMenu = std::make_unique<StatusMenu>(
+        m_store, m_registry, m_settings, m_surroundings.statusItem(),
+        StatusMenu::Callbacks{
+            .openManager = [this] { openManager(); },
+            .jumpToSession = [this](const SessionInfo& session) { m_focus.focus(session); },
+            .quit = [] { QCoreApplication::quit(); },
+        });
+}
+
+void AppDelegate::openManager() {
+    if (m_managerController)
+        m_managerController->show();
 }
 
 std::optional<Alert> AppDelegate::startServer(quint16 port) {
@@ -131,6 +164,7 @@ void AppDelegate::settingsChanged() {
         m_phoneShell->stop();
     // The phone learns at once whether it has a terminal.
     m_relaySocket->sendHello();
+    m_statusMenu->rebuildMenu();
 }
 
 QString AppDelegate::relayIdentity() const {

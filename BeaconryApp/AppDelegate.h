@@ -1,8 +1,11 @@
 #pragma once
 
 #include "BeaconryApp/PhoneShell.h"
+#include "BeaconryApp/StatusMenu.h"
 
+#include "BeaconryKit/interface/manager/ManagerWindowController.h"
 #include "BeaconryKit/interface/panel/NotchPanelController.h"
+#include "BeaconryKit/interface/status/StatusItem.h"
 #include "BeaconryKit/model/AskAction.h"
 #include "BeaconryKit/platform/Debouncer.h"
 #include "BeaconryKit/platform/Dispatch.h"
@@ -50,6 +53,8 @@ struct AppSurroundings {
     WindowRaiser& raiser;
     HTTPTransport& http;
     SocketTransport& sockets;
+    /// Makes the item in the system's status bar or tray.
+    std::function<std::unique_ptr<StatusItem>()> statusItem = makeStatusItem;
 };
 
 /// Owns every long-lived object of the application for the whole run and connects them. Lives on the main thread.
@@ -69,6 +74,9 @@ public:
     /// on; the application is then to be ended.
     [[nodiscard]] std::optional<Alert> start(quint16 port, Display display);
 
+    /// Brings the manager window forward; without a display nothing happens.
+    void openManager();
+
     /// Does what the user asked for on an ask: answers the waiting hook or the terminal, brings the terminal forward,
     /// withdraws the row.
     void handle(const AskEvent& ask, const AskAction& action);
@@ -86,7 +94,9 @@ public:
     DecisionRouter& router() { return m_router; }
 
 private:
+    void makeWindows();
     [[nodiscard]] std::optional<Alert> startServer(quint16 port);
+    void setUpStatusItem();
     RelaySocket::Callbacks relayCallbacks();
     std::function<void(const QString&, const QString&)> relayDecisionHandler();
     void startRelay();
@@ -117,6 +127,8 @@ private:
     Debouncer m_askListSync;
     std::shared_ptr<EventRouter> m_eventRouter;
     std::unique_ptr<NotchPanelController> m_panelController;
+    std::unique_ptr<ManagerWindowController> m_managerController;
+    std::unique_ptr<StatusMenu> m_statusMenu;
     // Stopped before all that its requests reach.
     std::unique_ptr<EventServer> m_server;
     // What other threads hand over looks at it, on the main thread: gone means that the delegate is.

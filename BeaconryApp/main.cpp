@@ -1,5 +1,6 @@
 #include "BeaconryApp/AppDelegate.h"
 #include "BeaconryApp/CommandLine.h"
+#include "BeaconryApp/InstanceChannel.h"
 
 #include "BeaconryKit/platform/DescriptorLimit.h"
 #include "BeaconryKit/platform/WindowRaiser.h"
@@ -14,6 +15,9 @@
 #include <cstdio>
 
 namespace {
+
+/// The desktop's leave to bring a window to the front. The toolkit reads it when it does that.
+constexpr auto activationTokenVariable = "XDG_ACTIVATION_TOKEN";
 
 /// Makes the toolkit fall through to running without a display instead of aborting. X11 comes first where both are
 /// offered: only there the panel can place itself above everything.
@@ -49,6 +53,12 @@ int main(int argc, char** argv) {
         return answer->exitStatus;
     }
 
+    const quint16 port = pelorin::serverPort(qgetenv(pelorin::serverPortVariable));
+    const QByteArray activationToken = qgetenv(activationTokenVariable);
+    const bool wantsManager = pelorin::asksForManager(arguments);
+    if (wantsManager && pelorin::InstanceChannel::askToShowManager(port, activationToken))
+        return 0;
+
     const bool platformWasChosenByUser = qEnvironmentVariableIsSet("QT_QPA_PLATFORM");
     choosePlatform();
     // The panel is small and still most of the time: drawing it in software costs a third of a GPU context's memory.
@@ -73,10 +83,18 @@ int main(int argc, char** argv) {
                                    .raiser = *raiser,
                                    .http = network,
                                    .sockets = network});
-    const quint16 port = pelorin::serverPort(qgetenv(pelorin::serverPortVariable));
     if (const auto alert = delegate.start(port, findDisplay(platformWasChosenByUser))) {
+        // Where no status item is in sight, starting the program again is how the user gets at the one that runs.
+        pelorin::InstanceChannel::askToShowManager(port, activationToken);
         std::fprintf(stderr, "%s\n%s\n", qUtf8Printable(alert->messageText), qUtf8Printable(alert->informativeText));
         return 1;
     }
+    const auto channel = pelorin::InstanceChannel::listen(delegate.port(), [&](const QByteArray& token) {
+        if (!token.isEmpty())
+            qputenv(activationTokenVariable, token);
+        delegate.openManager();
+    });
+    if (wantsManager)
+        delegate.openManager();
     return QGuiApplication::exec();
 }

@@ -3,6 +3,7 @@
 #include "BeaconryApp/AppDelegate.h"
 #include "tests/support/FakeHTTPTransport.h"
 #include "tests/support/FakeSocketTransport.h"
+#include "tests/support/FakeStatusItem.h"
 #include "tests/support/ManualDispatch.h"
 #include "tests/support/MemoryUserDefaults.h"
 #include "tests/support/RecordingRunner.h"
@@ -79,13 +80,17 @@ protected:
     RecordingRaiser raiser;
     FakeHTTPTransport http;
     FakeSocketTransport sockets{dispatch};
+    StatusItemRecord statusItem;
     AppDelegate delegate{{.dispatch = dispatch,
                           .defaults = defaults,
                           .runner = runner,
                           .launcher = launcher,
                           .raiser = raiser,
                           .http = http,
-                          .sockets = sockets}};
+                          .sockets = sockets,
+                          .statusItem = [this] {
+                              return std::make_unique<FakeStatusItem>(statusItem);
+                          }}};
     QList<QByteArray> replies;
 };
 

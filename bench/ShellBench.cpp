@@ -7,6 +7,7 @@
 #include <QFile>
 #include <QTemporaryDir>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <semaphore>
@@ -20,8 +21,8 @@ namespace {
 using namespace pelorin;
 using namespace pelorin::bench;
 
-constexpr int rounds = 11;
-constexpr qint64 floodSize = 100'000'000;
+constexpr int rounds = 31;
+constexpr qint64 floodSize = 20'000'000;
 
 /// A program that prints a flood and then stays.
 QByteArray writeShell(const QTemporaryDir& folder, const QString& name, const QByteArray& script) {
@@ -98,9 +99,12 @@ void measure(Dispatch& dispatch, const char* name, const QByteArray& shell) {
         bare.push_back(bareSeconds(shell));
         ours.push_back(shellSeconds(dispatch, shell));
     }
+    // The fastest rounds: whatever else the machine does can only make one slower.
     const double megabytes = static_cast<double>(floodSize) / 1e6;
-    std::printf("%-16s shell %6.0f MB/s, bare loop %6.0f MB/s, ratio %.2f\n", name, megabytes / median(ours),
-                megabytes / median(bare), median(bare) / median(ours));
+    const double ourBest = std::ranges::min(ours);
+    const double bareBest = std::ranges::min(bare);
+    std::printf("%-16s shell %6.0f MB/s, bare loop %6.0f MB/s, ratio %.2f (of the medians %.2f)\n", name,
+                megabytes / ourBest, megabytes / bareBest, bareBest / ourBest, median(bare) / median(ours));
 }
 
 } // namespace

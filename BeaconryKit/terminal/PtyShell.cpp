@@ -10,6 +10,7 @@
 #include <QLoggingCategory>
 
 #include <cerrno>
+#include <poll.h>
 #include <unistd.h>
 
 #if defined(__APPLE__)
@@ -122,12 +123,21 @@ struct PtyShell::State {
         return true;
     }
 
-    /// Reads while there is something, but not for ever: other tasks wait in the queue. Coming back to the queue for
-    /// each piece would cost more than the reading itself.
+    /// Waits a moment until there is more to read.
+    static void awaitMore(const std::weak_ptr<const FileDescriptor>& source) {
+        constexpr int milliseconds = 1;
+        if (const Master terminal = source.lock()) {
+            pollfd more{terminal->number(), POLLIN, 0};
+            poll(&more, 1, milliseconds);
+        }
+    }
+
+    /// Reads as long as there is something, but not for ever: other tasks wait in the queue. The next piece of a flood
+    /// is there in no time, and coming back by way of the queue for each would cost more than reading it.
     void readWhatIsThere(const std::weak_ptr<const FileDescriptor>& source) {
         constexpr int mostReads = 64;
-        for (int reads = 0; reads < mostReads && readOnce(source); ++reads) {
-        }
+        for (int reads = 0; reads < mostReads && readOnce(source); ++reads)
+            awaitMore(source);
     }
 
     /// The shell has exited. What it printed last comes first; a job that it left behind may print on for ever.

@@ -1,31 +1,11 @@
 #include "BeaconryKit/interface/panel/linux/X11PanelPlatform.h"
 
+#include "BeaconryKit/interface/X11Requests.h"
+
 #include <QByteArray>
 #include <QWindow>
-#include <xcb/xcb.h>
-
-#include <cstdlib>
-#include <cstring>
-#include <memory>
 
 namespace pelorin {
-
-namespace {
-
-struct FreeReply {
-    void operator()(void* reply) const { std::free(reply); }
-};
-
-// Replies and errors come from malloc.
-template <class Reply>
-using ReplyPointer = std::unique_ptr<Reply, FreeReply>;
-
-template <class Reply>
-ReplyPointer<Reply> take(Reply* reply) {
-    return ReplyPointer<Reply>(reply);
-}
-
-} // namespace
 
 X11PanelPlatform::X11PanelPlatform(xcb_connection_t* connection, int screenNumber)
     : m_connection(connection), m_screenNumber(screenNumber) {
@@ -37,7 +17,7 @@ void X11PanelPlatform::prepare(QWindow&) {
 bool X11PanelPlatform::isCompositing() const {
     const QByteArray name = "_NET_WM_CM_S" + QByteArray::number(m_screenNumber);
     const auto owner = take(xcb_get_selection_owner_reply(
-        m_connection, xcb_get_selection_owner(m_connection, atom(name.constData())), nullptr));
+        m_connection, xcb_get_selection_owner(m_connection, internAtom(m_connection, name.constData())), nullptr));
     return owner && owner->owner != XCB_WINDOW_NONE;
 }
 
@@ -62,28 +42,9 @@ void X11PanelPlatform::giveKeysBack(QWindow& window) {
         focus(XCB_INPUT_FOCUS_POINTER_ROOT);
 }
 
-std::uint32_t X11PanelPlatform::atom(const char* name) const {
-    const auto reply = take(xcb_intern_atom_reply(
-        m_connection, xcb_intern_atom(m_connection, 0, static_cast<std::uint16_t>(std::strlen(name)), name), nullptr));
-    return reply ? reply->atom : static_cast<std::uint32_t>(XCB_ATOM_NONE);
-}
-
-std::uint32_t X11PanelPlatform::rootWindow() const {
-    xcb_screen_iterator_t screens = xcb_setup_roots_iterator(xcb_get_setup(m_connection));
-    for (int i = 0; i < m_screenNumber && screens.rem > 1; ++i)
-        xcb_screen_next(&screens);
-    return screens.data->root;
-}
-
 std::uint32_t X11PanelPlatform::activeWindow() const {
-    const auto reply = take(xcb_get_property_reply(
-        m_connection,
-        xcb_get_property(m_connection, 0, rootWindow(), atom("_NET_ACTIVE_WINDOW"), XCB_ATOM_WINDOW, 0, 1), nullptr));
-    if (!reply || reply->format != 32 || xcb_get_property_value_length(reply.get()) < 4)
-        return XCB_WINDOW_NONE;
-    std::uint32_t window = XCB_WINDOW_NONE;
-    std::memcpy(&window, xcb_get_property_value(reply.get()), sizeof window);
-    return window;
+    return numberProperty(m_connection, screenOf(m_connection, m_screenNumber)->root, "_NET_ACTIVE_WINDOW",
+                          XCB_ATOM_WINDOW);
 }
 
 std::uint32_t X11PanelPlatform::focusedWindow() const {

@@ -21,8 +21,6 @@ public:
     void giveKeysBack(QWindow& window) override;
 
 private:
-    std::uint32_t atom(const char* name) const;
-    std::uint32_t rootWindow() const;
     std::uint32_t activeWindow() const;
     std::uint32_t focusedWindow() const;
     bool focus(std::uint32_t window) const;

@@ -47,7 +47,7 @@ public:
     void setMenu(const pelorin::Menu& menu) override { m_menu.setMenu(menu); }
 
     /// Whether there is a desktop now that shows such items.
-    bool isShown() const { return m_isShown; }
+    bool isShown() const { return m_isShown.value_or(false); }
 
     static QString category() { return QStringLiteral("ApplicationStatus"); }
     static QString id() { return QStringLiteral("pelorin"); }
@@ -77,7 +77,7 @@ signals:
     Q_SCRIPTABLE void NewIcon();
     Q_SCRIPTABLE void NewToolTip();
     Q_SCRIPTABLE void XAyatanaNewLabel(const QString& label, const QString& guide);
-    /// `isShown` has changed.
+    /// `isShown` is known for the first time, or has changed.
     void shownChanged(bool isShown);
 
 private slots:
@@ -97,7 +97,7 @@ private:
     DBusMenu m_menu;
     StatusIcon m_icon;
     Handlers m_handlers;
-    bool m_isShown = false;
+    std::optional<bool> m_isShown;
 };
 
 } // namespace pelorin

@@ -1,0 +1,177 @@
+// The status item in a real tray of the older protocol on a real X server; run-under-x11.sh provides the server. The
+// mouse is the server's.
+
+#include "tests/support/TestProcess.h"
+
+#include "BeaconryKit/interface/status/linux/MenuPopup.h"
+#include "BeaconryKit/interface/status/linux/TrayIcon.h"
+
+#include <QFile>
+#include <QFont>
+#include <QGuiApplication>
+#include <QPixmap>
+#include <QProcess>
+#include <QScreen>
+#include <QTemporaryDir>
+#include <QTest>
+#include <gtest/gtest.h>
+#include <qguiapplication_platform.h>
+
+#include <csignal>
+#include <cstdlib>
+
+namespace pelorin {
+namespace {
+
+bool eventually(const std::function<bool()>& predicate) {
+    return QTest::qWaitFor(predicate, 15'000);
+}
+
+QString xdotool(const QStringList& arguments) {
+    QProcess process;
+    process.start(QStringLiteral("xdotool"), arguments);
+    EXPECT_TRUE(eventually([&] { return process.state() == QProcess::NotRunning; }));
+    return QString::fromUtf8(process.readAllStandardOutput()).trimmed();
+}
+
+/// A panel that holds a tray and nothing else.
+class Tray {
+public:
+    Tray() {
+        QFile file(m_folder.filePath("tint2rc"));
+        EXPECT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write("panel_items = S\npanel_size = 400 40\npanel_position = bottom center horizontal\n"
+                   "systray = 1\nsystray_icon_size = 32\n");
+        file.close();
+        m_process = TestProcess::start({.command = {"/usr/bin/tint2", "-c", file.fileName().toStdString()},
+                                        .environment = {std::string("DISPLAY=") + std::getenv("DISPLAY"),
+                                                        "HOME=" + m_folder.path().toStdString()}});
+    }
+    ~Tray() {
+        m_process->sendSignal(SIGKILL);
+        m_process->waitForExit();
+    }
+    Tray(const Tray&) = delete;
+    Tray& operator=(const Tray&) = delete;
+
+private:
+    QTemporaryDir m_folder;
+    std::unique_ptr<TestProcess> m_process;
+};
+
+class TrayX11Test : public ::testing::Test {
+protected:
+    TrayX11Test() : icon(qGuiApp->nativeInterface<QNativeInterface::QX11Application>()->connection(), 0) {
+        icon.setIcon({"bell", "", ImagePosition::imageOnly});
+        icon.setMenu(
+            {{.title = "Open", .action = MenuAction::openManager}, {.title = "Quit", .action = MenuAction::quit}});
+        icon.setHandlers({.onTriggered = [this](MenuAction action, const auto&) {
+            triggered.push_back(action);
+        }});
+        // Off the tray.
+        xdotool({"mousemove", "5", "5"});
+    }
+
+    bool isDocked() {
+        return eventually([this] { return icon.isDocked() && !window("^Pelorin").isEmpty(); });
+    }
+    static QString window(const QString& name) {
+        return xdotool({"search", "--onlyvisible", "--name", name}).section('\n', 0, 0);
+    }
+    /// How much of the icon's place on the screen is nearly white, in pixels.
+    static int whitePixels() {
+        const QStringList place = xdotool({"getwindowgeometry", "--shell", window("^Pelorin")}).split('\n');
+        const auto number = [&](const char* name) {
+            return place.filter(QRegularExpression(QStringLiteral("^%1=").arg(name))).value(0).section('=', 1).toInt();
+        };
+        const QImage image = QGuiApplication::primaryScreen()
+                                 ->grabWindow(0, number("X"), number("Y"), number("WIDTH"), number("HEIGHT"))
+                                 .toImage();
+        int white = 0;
+        for (int y = 0; y < image.height(); ++y) {
+            for (int x = 0; x < image.width(); ++x)
+                white += qGray(image.pixel(x, y)) > 240 ? 1 : 0;
+        }
+        return white;
+    }
+    static void clickOnIcon() { xdotool({"mousemove", "--window", window("^Pelorin"), "10", "10", "click", "1"}); }
+
+    std::vector<MenuAction> triggered;
+    TrayIcon icon;
+};
+
+TEST_F(TrayX11Test, DocksInATrayThatStartsLaterAndInTheNextOne) {
+    icon.setWanted(true);
+    EXPECT_FALSE(icon.isDocked());
+    {
+        const Tray tray;
+        EXPECT_TRUE(isDocked());
+    }
+    EXPECT_TRUE(eventually([&] { return !icon.isDocked(); }));
+    const Tray next;
+    EXPECT_TRUE(isDocked());
+}
+
+TEST_F(TrayX11Test, IsThereOnlyWhileItIsWanted) {
+    const Tray tray;
+    EXPECT_TRUE(eventually([] { return !window("tint2").isEmpty(); }));
+    EXPECT_FALSE(icon.isDocked());
+    icon.setWanted(true);
+    EXPECT_TRUE(isDocked());
+    icon.setWanted(false);
+    EXPECT_TRUE(eventually([] { return window("^Pelorin").isEmpty(); }));
+    icon.setWanted(true);
+    EXPECT_TRUE(isDocked());
+}
+
+TEST_F(TrayX11Test, ShowsThePictureAndNamesTheCount) {
+    const Tray tray;
+    icon.setWanted(true);
+    ASSERT_TRUE(isDocked());
+    EXPECT_TRUE(eventually([] { return whitePixels() > 20; }));
+    const int outlined = whitePixels();
+    icon.setIcon({"bell.badge.fill", " 3", ImagePosition::imageLeading});
+    EXPECT_TRUE(eventually([&] { return whitePixels() > 1.5 * outlined; }));
+    EXPECT_FALSE(window("^Pelorin 3$").isEmpty());
+}
+
+TEST_F(TrayX11Test, AClickOpensTheMenuAndAClickThereChooses) {
+    const Tray tray;
+    icon.setWanted(true);
+    ASSERT_TRUE(isDocked());
+    clickOnIcon();
+    ASSERT_TRUE(eventually([&] { return icon.popup() && icon.popup()->isExposed(); }));
+    if (const QByteArray file = qgetenv("PELORIN_TRAY_PICTURE"); !file.isEmpty())
+        QGuiApplication::primaryScreen()->grabWindow(0).save(file);
+    const QPoint place = icon.popup()->mapToGlobal(icon.popup()->itemRect("Quit").center());
+    xdotool({"mousemove", QString::number(place.x()), QString::number(place.y()), "click", "1"});
+    EXPECT_TRUE(eventually([&] { return triggered == std::vector{MenuAction::quit}; }));
+    EXPECT_EQ(icon.popup(), nullptr);
+}
+
+TEST_F(TrayX11Test, AClickElsewhereOrEscapeClosesTheMenu) {
+    const Tray tray;
+    icon.setWanted(true);
+    ASSERT_TRUE(isDocked());
+    clickOnIcon();
+    ASSERT_TRUE(eventually([&] { return icon.popup() && icon.popup()->isExposed(); }));
+    xdotool({"mousemove", "5", "5", "click", "1"});
+    EXPECT_TRUE(eventually([&] { return !icon.popup(); }));
+    clickOnIcon();
+    ASSERT_TRUE(eventually([&] { return icon.popup() && icon.popup()->isExposed(); }));
+    xdotool({"key", "Escape"});
+    EXPECT_TRUE(eventually([&] { return !icon.popup(); }));
+    EXPECT_TRUE(triggered.empty());
+}
+
+} // namespace
+} // namespace pelorin
+
+int main(int argc, char** argv) {
+    ::testing::InitGoogleTest(&argc, argv);
+    qputenv("QT_QPA_PLATFORM", "xcb");
+    const QGuiApplication application(argc, argv);
+    QGuiApplication::setFont(QFont(QStringLiteral("DejaVu Sans"), 10));
+    QGuiApplication::setQuitOnLastWindowClosed(false);
+    return RUN_ALL_TESTS();
+}

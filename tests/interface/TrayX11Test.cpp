@@ -2,6 +2,8 @@
 // mouse is the server's.
 
 #include "tests/support/TestProcess.h"
+#include "tests/support/tray/StatusNotifierHost.h"
+#include "tests/support/tray/TestBus.h"
 
 #include "BeaconryKit/interface/status/linux/MenuPopup.h"
 #include "BeaconryKit/interface/status/linux/TrayIcon.h"
@@ -19,9 +21,13 @@
 
 #include <csignal>
 #include <cstdlib>
+#include <optional>
 
 namespace pelorin {
 namespace {
+
+// The toolkit looks for it once, when the application starts.
+std::optional<TestBus> sessionBus;
 
 bool eventually(const std::function<bool()>& predicate) {
     return QTest::qWaitFor(predicate, 15'000);
@@ -32,6 +38,11 @@ QString xdotool(const QStringList& arguments) {
     process.start(QStringLiteral("xdotool"), arguments);
     EXPECT_TRUE(eventually([&] { return process.state() == QProcess::NotRunning; }));
     return QString::fromUtf8(process.readAllStandardOutput()).trimmed();
+}
+
+/// The number of a window on the screen, found by its name.
+QString window(const QString& name) {
+    return xdotool({"search", "--onlyvisible", "--name", name}).section('\n', 0, 0);
 }
 
 /// A panel that holds a tray and nothing else.
@@ -63,8 +74,13 @@ class TrayX11Test : public ::testing::Test {
 protected:
     TrayX11Test() : icon(qGuiApp->nativeInterface<QNativeInterface::QX11Application>()->connection(), 0) {
         icon.setIcon({"bell", "", ImagePosition::imageOnly});
-        icon.setMenu(
-            {{.title = "Open", .action = MenuAction::openManager}, {.title = "Quit", .action = MenuAction::quit}});
+        icon.setMenu({{.title = "Open", .action = MenuAction::openManager},
+                      {.kind = MenuItem::Kind::separator},
+                      {.title = "Silent Mode", .checkState = CheckState::on, .action = MenuAction::toggleSilentMode},
+                      {.title = "Track All Sessions", .checkState = CheckState::off},
+                      {.title = "Sessions", .isEnabled = false},
+                      {.title = "api \u2014 pts/1", .submenu = {{.title = "Jump to Terminal"}}},
+                      {.title = "Quit", .keyEquivalent = "q", .action = MenuAction::quit}});
         icon.setHandlers({.onTriggered = [this](MenuAction action, const auto&) {
             triggered.push_back(action);
         }});
@@ -74,9 +90,6 @@ protected:
 
     bool isDocked() {
         return eventually([this] { return icon.isDocked() && !window("^Pelorin").isEmpty(); });
-    }
-    static QString window(const QString& name) {
-        return xdotool({"search", "--onlyvisible", "--name", name}).section('\n', 0, 0);
     }
     /// How much of the icon's place on the screen is nearly white, in pixels.
     static int whitePixels() {
@@ -164,14 +177,45 @@ TEST_F(TrayX11Test, AClickElsewhereOrEscapeClosesTheMenu) {
     EXPECT_TRUE(triggered.empty());
 }
 
+TEST(SystemStatusItem, IsInTheOlderTrayOnlyWhileNoDesktopShowsItems) {
+    const auto hasWindow = [] {
+        return !window("^Pelorin").isEmpty();
+    };
+    const auto item = makeStatusItem();
+    ASSERT_TRUE(item);
+    item->setIcon({"bell", "", ImagePosition::imageOnly});
+    const Tray tray;
+    EXPECT_TRUE(eventually(hasWindow));
+    {
+        const StatusNotifierHost host(sessionBus->connect());
+        EXPECT_TRUE(eventually([&] { return !hasWindow(); }));
+        EXPECT_EQ(host.items().size(), 1);
+    }
+    EXPECT_TRUE(eventually(hasWindow));
+}
+
+TEST(SystemStatusItem, IsInTheOlderTrayWhereThereIsNoBus) {
+    qunsetenv("DBUS_SESSION_BUS_ADDRESS");
+    qputenv("XDG_RUNTIME_DIR", "/nonexistent");
+    const auto item = makeStatusItem();
+    ASSERT_TRUE(item);
+    item->setIcon({"bell", "", ImagePosition::imageOnly});
+    const Tray tray;
+    EXPECT_TRUE(eventually([] { return !window("^Pelorin").isEmpty(); }));
+}
+
 } // namespace
 } // namespace pelorin
 
 int main(int argc, char** argv) {
     ::testing::InitGoogleTest(&argc, argv);
     qputenv("QT_QPA_PLATFORM", "xcb");
+    pelorin::sessionBus.emplace();
+    qputenv("DBUS_SESSION_BUS_ADDRESS", pelorin::sessionBus->address().toUtf8());
     const QGuiApplication application(argc, argv);
     QGuiApplication::setFont(QFont(QStringLiteral("DejaVu Sans"), 10));
     QGuiApplication::setQuitOnLastWindowClosed(false);
-    return RUN_ALL_TESTS();
+    const int result = RUN_ALL_TESTS();
+    pelorin::sessionBus.reset();
+    return result;
 }

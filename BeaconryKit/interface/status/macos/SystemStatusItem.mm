@@ -72,7 +72,7 @@ private:
         if (item.kind == MenuItem::Kind::separator)
             return [NSMenuItem separatorItem];
         NSMenuItem* const made = [[NSMenuItem alloc] initWithTitle:item.title.toNSString()
-                                                            action:nil
+                                                            action:nullptr
                                                      keyEquivalent:item.keyEquivalent.toNSString()];
         made.enabled = item.isEnabled;
         made.state = item.checkState == CheckState::on ? NSControlStateValueOn : NSControlStateValueOff;

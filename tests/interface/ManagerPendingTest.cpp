@@ -183,7 +183,7 @@ TEST_F(ManagerPendingTest, ShowsAThousandRowsWithAFewItems) {
     show(pendingTab);
     EXPECT_EQ(facade().pendingCount(), 1'000);
     EXPECT_LT(itemsOfType(window().contentItem(), "PendingRow").size(), 30);
-    for (int i = 0; i < 20; ++i)
+    for (int i = 0; i < 10; ++i)
         key(Qt::Key_PageDown);
     EXPECT_LT(itemsOfType(window().contentItem(), "PendingRow").size(), 30);
     EXPECT_GT(visible("PendingRow").last()->property("index").toInt(), 30);

@@ -164,6 +164,7 @@ int main(int argc, char** argv) {
         return 2;
     }
     qputenv("QT_QPA_PLATFORM", "offscreen");
+    qputenv("DBUS_SESSION_BUS_ADDRESS", "unix:path=/dev/null");
     if (argc > 5)
         qputenv("QT_SCALE_FACTOR", argv[5]);
     const QGuiApplication application(argc, argv);

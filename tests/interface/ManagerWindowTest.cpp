@@ -106,6 +106,7 @@ TEST_F(ManagerWindowTest, DoesNothingWhileItIsHidden) {
     // The countdown runs.
     EXPECT_EQ(dispatch.waitingTasks(), 1);
     window().close();
+    dispatch.advance(1s);
     EXPECT_EQ(dispatch.waitingTasks(), 0);
     EXPECT_EQ(visible("ScrollPage").size() + visible("AskRows").size(), 0);
     store.upsert(permissionAsk(QStringLiteral("b"), dispatch.now()));
@@ -226,6 +227,16 @@ TEST_F(ManagerWindowTest, IsAsDarkAsTheDesktop) {
     EXPECT_TRUE(eventually([&] { return background().lightnessF() < 0.2; }));
     setDesktopIsDark(false);
     EXPECT_TRUE(eventually([&] { return background().lightnessF() > 0.9; }));
+}
+
+TEST_F(ManagerWindowTest, TheDesktopsWordCountsMoreThanItsPalette) {
+    setDesktopIsDark(false);
+    show(pendingTab);
+    facade().setDesktopScheme(ManagerFacade::DarkScheme);
+    EXPECT_LT(background().lightnessF(), 0.2);
+    setDesktopIsDark(true);
+    facade().setDesktopScheme(ManagerFacade::LightScheme);
+    EXPECT_GT(background().lightnessF(), 0.9);
 }
 
 TEST_F(ManagerWindowTest, TabReachesEveryControlAndComesBack) {

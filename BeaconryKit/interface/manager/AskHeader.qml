@@ -70,6 +70,8 @@ Item {
         id: holder
 
         anchors.right: parent.right
+        // What stands here keeps a distance of its own.
+        anchors.rightMargin: -5
         anchors.verticalCenter: parent.verticalCenter
     }
 }

@@ -15,6 +15,11 @@ void ManagerFacade::setShown(bool isShown) {
         emit isShownChanged();
 }
 
+void ManagerFacade::setDesktopScheme(DesktopScheme scheme) {
+    if (std::exchange(m_desktopScheme, scheme) != scheme)
+        emit desktopSchemeChanged();
+}
+
 void ManagerFacade::setShowsMnemonics(bool shows) {
     if (std::exchange(m_showsMnemonics, shows) != shows)
         emit showsMnemonicsChanged();

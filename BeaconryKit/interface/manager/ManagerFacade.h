@@ -31,12 +31,17 @@ class ManagerFacade final : public QObject {
     Q_PROPERTY(int pendingCount READ pendingCount NOTIFY pendingCountChanged FINAL)
     /// Whether the content can be seen.
     Q_PROPERTY(bool isShown READ isShown NOTIFY isShownChanged FINAL)
+    /// What the desktop says about dark windows.
+    Q_PROPERTY(DesktopScheme desktopScheme READ desktopScheme NOTIFY desktopSchemeChanged FINAL)
     /// Whether the letters that reach controls with the Alt key are to be marked.
     Q_PROPERTY(bool showsMnemonics READ showsMnemonics NOTIFY showsMnemonicsChanged FINAL)
     /// The position of the tab that is in front; it outlasts the content.
     Q_PROPERTY(int tab READ tab WRITE setTab NOTIFY tabChanged FINAL)
 
 public:
+    enum DesktopScheme { UnspecifiedScheme, DarkScheme, LightScheme };
+    Q_ENUM(DesktopScheme)
+
     struct Parts {
         AskStore& store;
         SessionRegistry& registry;
@@ -60,6 +65,8 @@ public:
 
     bool isShown() const { return m_isShown; }
     void setShown(bool isShown);
+    DesktopScheme desktopScheme() const { return m_desktopScheme; }
+    void setDesktopScheme(DesktopScheme scheme);
     bool showsMnemonics() const { return m_showsMnemonics; }
     void setShowsMnemonics(bool shows);
     int tab() const { return m_tab; }
@@ -75,6 +82,7 @@ public:
 signals:
     void pendingCountChanged();
     void isShownChanged();
+    void desktopSchemeChanged();
     void showsMnemonicsChanged();
     void tabChanged();
     void jumpWanted(const QString& sessionId);
@@ -83,6 +91,7 @@ signals:
 private:
     Parts m_parts;
     bool m_isShown = false;
+    DesktopScheme m_desktopScheme = UnspecifiedScheme;
     bool m_showsMnemonics = false;
     int m_tab = 0;
 };

@@ -1,7 +1,7 @@
 import QtQuick
 import Pelorin
 
-// One tab: its symbol above its name. The one in front is a stop of the Tab key, the arrow keys reach the others.
+// One tab: its symbol above its name. The arrow keys go from one to the next.
 Pressable {
     id: tab
 
@@ -17,7 +17,6 @@ Pressable {
     Accessible.role: Accessible.PageTab
     Accessible.selectable: true
     Accessible.selected: isCurrent
-    activeFocusOnTab: isCurrent
     cursor: Qt.ArrowCursor
     implicitHeight: 22 + 3 + label.height + 2 * Theme.smallGap
     implicitWidth: Math.max(78, label.implicitWidth + 24)

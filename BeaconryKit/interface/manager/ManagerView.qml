@@ -57,7 +57,11 @@ Rectangle {
     Binding {
         property: "windowIsDark"
         target: Theme
-        value: desktop.window.hslLightness < desktop.windowText.hslLightness
+        value: {
+            if (view.manager.desktopScheme !== ManagerFacade.UnspecifiedScheme)
+                return view.manager.desktopScheme === ManagerFacade.DarkScheme;
+            return desktop.window.hslLightness < desktop.windowText.hslLightness;
+        }
     }
 
     Binding {

@@ -3,6 +3,7 @@
 #include "BeaconryKit/interface/InterfaceEngine.h"
 #include "BeaconryKit/interface/manager/ManagerFacade.h"
 #include "BeaconryKit/interface/manager/ManagerWindow.h"
+#include "BeaconryKit/interface/theme/DesktopScheme.h"
 
 #include <QQmlEngine>
 #include <QQuickItem>
@@ -14,6 +15,18 @@
 namespace pelorin {
 
 namespace {
+
+ManagerFacade::DesktopScheme facadeScheme(DesktopScheme::Scheme scheme) {
+    switch (scheme) {
+    case DesktopScheme::Scheme::dark:
+        return ManagerFacade::DarkScheme;
+    case DesktopScheme::Scheme::light:
+        return ManagerFacade::LightScheme;
+    case DesktopScheme::Scheme::unspecified:
+        break;
+    }
+    return ManagerFacade::UnspecifiedScheme;
+}
 
 /// The size that an item wants to have, within the screen.
 QSize fitting(QSizeF size, const QScreen* screen) {
@@ -32,6 +45,7 @@ struct ManagerWindowController::Content {
           hooks(owner.m_parts.dispatch, owner.m_parts.hooks),
           settings(owner.m_parts.settings, owner.m_parts.registry),
           facade({owner.m_parts.store, owner.m_parts.registry, pending, sessions, phone, hooks, settings}),
+          scheme(DesktopScheme::ofDesktop()),
           window(owner.m_engine.get()) {
         for (QObject* object : std::initializer_list<QObject*>{&asks, &pending, &sessions, phone.phones(), &phone,
                                                                &hooks, &settings, &facade})
@@ -46,6 +60,7 @@ struct ManagerWindowController::Content {
     HookSetup hooks;
     SettingsFacade settings;
     ManagerFacade facade;
+    std::unique_ptr<DesktopScheme> scheme;
     // The scene refers to all of the above to its end.
     ManagerWindow window;
 };
@@ -105,6 +120,8 @@ void ManagerWindowController::makeContent() {
         if (m_content->window.isActive() && !m_content->hooks.isBusy())
             m_content->hooks.refresh();
     });
+    connect(m_content->scheme.get(), &DesktopScheme::changed, this,
+            [this] { m_content->facade.setDesktopScheme(facadeScheme(m_content->scheme->scheme())); });
     connect(&window, &ManagerWindow::mnemonicKeyChanged, &facade, &ManagerFacade::setShowsMnemonics);
     connect(&facade, &ManagerFacade::jumpWanted, this, [this](const QString& sessionId) {
         if (const auto session = m_parts.registry.session(sessionId))

@@ -18,11 +18,16 @@ Item {
     Accessible.role: Accessible.ListItem
     implicitHeight: line.height + Math.max(texts.height, remove.height)
 
-    Hairline {
+    // What parts it from the phone above.
+    Item {
         id: line
 
-        height: row.index > 0 ? 1 + Theme.margin - 4 : 0
-        visible: row.index > 0
+        height: row.index > 0 ? Theme.margin - 4 : 0
+        width: row.width
+
+        Hairline {
+            visible: row.index > 0
+        }
     }
 
     SymbolItem {

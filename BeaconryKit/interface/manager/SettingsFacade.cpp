@@ -11,6 +11,7 @@ SettingsFacade::SettingsFacade(NotifierSettings& settings, SessionRegistry& regi
 
 void SettingsFacade::setSilentMode(bool silent) {
     m_settings.setSilentMode(silent);
+    emit changed();
 }
 
 int SettingsFacade::defaultPolicy() const {
@@ -20,6 +21,7 @@ int SettingsFacade::defaultPolicy() const {
 void SettingsFacade::setDefaultPolicy(int choice) {
     if (choice >= 0 && choice < std::ssize(allAutoDecisions))
         m_settings.setDefaultPolicy(allAutoDecisions[static_cast<std::size_t>(choice)]);
+    emit changed();
 }
 
 QStringList SettingsFacade::policyNames() {
@@ -31,6 +33,7 @@ QStringList SettingsFacade::policyNames() {
 
 void SettingsFacade::setDecisionWaitSeconds(int seconds) {
     m_settings.setDecisionWaitSeconds(seconds);
+    emit changed();
 }
 
 int SettingsFacade::autoDismissSeconds() const {
@@ -41,32 +44,39 @@ int SettingsFacade::autoDismissSeconds() const {
 
 void SettingsFacade::setAutoDismissSeconds(int seconds) {
     m_settings.setNotificationAutoDismissSeconds(std::clamp(seconds, 0, longestAutoDismiss));
+    emit changed();
 }
 
 void SettingsFacade::setShowPlainNotifications(bool show) {
     m_settings.setShowPlainNotifications(show);
+    emit changed();
 }
 
 void SettingsFacade::setAskKeywords(const QString& keywords) {
     m_settings.setAskKeywords(keywords);
+    emit changed();
 }
 
 void SettingsFacade::setTrackOnlyOptIn(bool trackOnlyOptIn) {
     m_settings.setTrackOnlyOptIn(trackOnlyOptIn);
     // The registry takes effect at once, the settings keep the choice.
     m_registry.setTrackOnlyOptIn(trackOnlyOptIn);
+    emit changed();
 }
 
 void SettingsFacade::setRelayURL(const QString& url) {
     m_settings.setRelayURL(url);
+    emit changed();
 }
 
 void SettingsFacade::setRelayToken(const QString& token) {
     m_settings.setRelayToken(token);
+    emit changed();
 }
 
 void SettingsFacade::setPhoneTerminalEnabled(bool enabled) {
     m_settings.setPhoneTerminalEnabled(enabled);
+    emit changed();
 }
 
 } // namespace pelorin

@@ -10,8 +10,8 @@
 
 namespace pelorin {
 
-/// The settings as QML reads and writes them. What is set is stored at once; what changes elsewhere is announced with
-/// `changed` when the owner says so, on a later turn. Main thread.
+/// The settings as QML reads and writes them. What is set here is stored and announced at once; what changes elsewhere
+/// is announced when the owner says so, on a later turn. Main thread.
 class SettingsFacade final : public QObject {
     Q_OBJECT
     QML_NAMED_ELEMENT(SettingsFacade)

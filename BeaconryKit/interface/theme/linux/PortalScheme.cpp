@@ -1,0 +1,60 @@
+#include "BeaconryKit/interface/theme/linux/PortalScheme.h"
+
+#include <QDBusMessage>
+#include <QDBusPendingCallWatcher>
+#include <QDBusPendingReply>
+
+namespace pelorin {
+
+namespace {
+
+const auto service = QStringLiteral("org.freedesktop.portal.Desktop");
+const auto path = QStringLiteral("/org/freedesktop/portal/desktop");
+const auto interface = QStringLiteral("org.freedesktop.portal.Settings");
+const auto appearance = QStringLiteral("org.freedesktop.appearance");
+const auto colorScheme = QStringLiteral("color-scheme");
+
+// The portal's own numbers.
+constexpr uint prefersDark = 1;
+constexpr uint prefersLight = 2;
+
+} // namespace
+
+PortalScheme::PortalScheme(const QDBusConnection& bus) {
+    QDBusConnection connection = bus;
+    if (!connection.isConnected())
+        return;
+    connection.connect(service, path, interface, QStringLiteral("SettingChanged"), this,
+                       SLOT(settingChanged(QString, QString, QDBusVariant)));
+    QDBusMessage read = QDBusMessage::createMethodCall(service, path, interface, QStringLiteral("Read"));
+    read << appearance << colorScheme;
+    auto* const watcher = new QDBusPendingCallWatcher(connection.asyncCall(read), this);
+    connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, watcher] {
+        watcher->deleteLater();
+        const QDBusPendingReply<QVariant> reply = *watcher;
+        if (!reply.isError())
+            take(reply.value());
+    });
+}
+
+void PortalScheme::settingChanged(const QString& group, const QString& key, const QDBusVariant& value) {
+    if (group == appearance && key == colorScheme)
+        take(value.variant());
+}
+
+void PortalScheme::take(const QVariant& value) {
+    // Portals put the value into another one, or don't.
+    const QVariant plain = value.canConvert<QDBusVariant>() ? value.value<QDBusVariant>().variant() : value;
+    switch (plain.toUInt()) {
+    case prefersDark:
+        setScheme(Scheme::dark);
+        break;
+    case prefersLight:
+        setScheme(Scheme::light);
+        break;
+    default:
+        setScheme(Scheme::unspecified);
+    }
+}
+
+} // namespace pelorin

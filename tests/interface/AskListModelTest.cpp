@@ -112,7 +112,8 @@ TEST_F(AskListModelTest, TellsOnlyWhatChangedOfARow) {
     ASSERT_EQ(changed.size(), 1);
     EXPECT_EQ(changed[0][0].toModelIndex().row(), 0);
     EXPECT_EQ(changed[0][1].toModelIndex().row(), 0);
-    EXPECT_EQ(changed[0][2].value<QList<int>>(), QList<int>({AskListModel::detailRole, AskListModel::acceptsTextRole}));
+    EXPECT_EQ(changed[0][2].value<QList<int>>(),
+              QList<int>({AskListModel::detailRole, AskListModel::questionRole, AskListModel::acceptsTextRole}));
 }
 
 TEST_F(AskListModelTest, SaysNothingWhenNothingChanged) {

@@ -40,6 +40,10 @@ protected:
     void showConfigured() {
         settings.setRelayToken(token);
         show(phoneTab);
+        // However small the screen is.
+        window().resize(700, 700);
+        ASSERT_TRUE(eventually([this] { return window().rootObject()->height() == 700; }));
+        settle();
     }
 
     const HTTPRequest& lastRequest() const { return transport.sent.last().request; }
@@ -100,7 +104,11 @@ TEST_F(ManagerPhoneTest, ShowsTheLinkAsACodeThatAScannerReads) {
 TEST_F(ManagerPhoneTest, DrawsTheCodeInWholePixels) {
     showConfigured();
     QQuickItem* const code = visible("pelorin::QRCodeItem").first();
-    const QImage image = window().grabWindow().copy(code->mapRectToScene(QRectF(0, 0, 176, 176)).toRect());
+    const QImage all = window().grabWindow();
+    const QRectF place = code->mapRectToScene(QRectF(0, 0, 176, 176));
+    const qreal scale = all.devicePixelRatio();
+    const QImage image = all.copy(
+        QRectF(place.topLeft() * scale, place.size() * scale).toAlignedRect().marginsRemoved(QMargins(1, 1, 1, 1)));
     for (int y = 0; y < image.height(); ++y) {
         for (int x = 0; x < image.width(); ++x) {
             const QRgb pixel = image.pixel(x, y);

@@ -237,6 +237,19 @@ TEST_F(ManagerSettingsTest, ShowsNumbersOutOfBoundsCorrected) {
     EXPECT_TRUE(isAt(waitName, QStringLiteral("580")));
 }
 
+TEST_F(ManagerSettingsTest, TakesAHalfTypedNumberWhenTheTabOrTheWindowGoes) {
+    show(settingsTab);
+    click(waitName);
+    retype(QStringLiteral("60"));
+    key(Qt::Key_P, Qt::AltModifier);
+    EXPECT_EQ(settings.decisionWaitSeconds(), 60);
+    show(settingsTab);
+    click(waitName);
+    retype(QStringLiteral("70"));
+    window().close();
+    EXPECT_EQ(settings.decisionWaitSeconds(), 70);
+}
+
 TEST_F(ManagerSettingsTest, StepsNumbersWithinTheirBounds) {
     settings.setDecisionWaitSeconds(575);
     show(settingsTab);

@@ -51,6 +51,11 @@ protected:
             session.optIn = true;
             registry.registerSession(session);
         }
+        SessionInfo rightToLeft;
+        rightToLeft.sessionId = QStringLiteral("rtl");
+        rightToLeft.label = QStringLiteral("مشروع المنارة ").repeated(20);
+        rightToLeft.source = QStringLiteral("שלום");
+        registry.registerSession(rightToLeft);
         store.upsert(withAnswers(permissionAsk(QStringLiteral("a")), {QString(90, u'x'), QStringLiteral("No")}));
         settings.setRelayToken(QStringLiteral("t"));
     }

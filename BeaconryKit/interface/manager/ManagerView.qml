@@ -13,6 +13,9 @@ Rectangle {
     readonly property list<string> pages: ["PendingTab.qml", "SessionsTab.qml", "PhoneTab.qml", "SettingsTab.qml"]
 
     function showPage() {
+        // A field takes what was typed when it loses the keyboard, which it does not by being destroyed.
+        if (page.activeFocus)
+            view.forceActiveFocus();
         if (manager.isShown)
             page.setSource(pages[manager.tab], {
                     "manager": manager

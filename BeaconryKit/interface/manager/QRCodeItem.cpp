@@ -4,8 +4,10 @@
 
 #include <QImage>
 #include <QPainter>
+#include <QQuickWindow>
 
 #include <algorithm>
+#include <cmath>
 
 namespace pelorin {
 
@@ -22,6 +24,23 @@ void QRCodeItem::setText(const QString& text) {
     m_text = text;
     emit textChanged();
     update();
+}
+
+void QRCodeItem::itemChange(ItemChange change, const ItemChangeData& data) {
+    if (change == ItemSceneChange) {
+        disconnect(m_frames);
+        if (data.window)
+            m_frames = connect(data.window, &QQuickWindow::afterAnimating, this, &QRCodeItem::alignToPixels);
+    }
+    QQuickPaintedItem::itemChange(change, data);
+}
+
+void QRCodeItem::alignToPixels() {
+    if (!isVisible() || !parentItem())
+        return;
+    const qreal scale = window()->effectiveDevicePixelRatio();
+    const QPointF corner = parentItem()->mapToScene({0, 0}) * scale;
+    setPosition((QPointF(std::round(corner.x()), std::round(corner.y())) - corner) / scale);
 }
 
 void QRCodeItem::paint(QPainter* painter) {

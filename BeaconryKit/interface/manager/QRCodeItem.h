@@ -7,7 +7,8 @@
 namespace pelorin {
 
 /// The QR code of a text, with its quiet zone, in the middle of the item. Every module is a square of whole pixels of
-/// the screen. A text that no code can hold draws nothing. Main thread.
+/// the screen: the item keeps itself on them, within a pixel of its parent's upper left corner. A text that no code can
+/// hold draws nothing. Main thread.
 class QRCodeItem : public QQuickPaintedItem {
     Q_OBJECT
     QML_NAMED_ELEMENT(QRCodeItem)
@@ -24,7 +25,13 @@ public:
 signals:
     void textChanged();
 
+protected:
+    void itemChange(ItemChange change, const ItemChangeData& data) override;
+
 private:
+    void alignToPixels();
+
+    QMetaObject::Connection m_frames;
     QString m_text;
 };
 

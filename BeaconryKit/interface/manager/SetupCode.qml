@@ -24,15 +24,18 @@ Item {
         width: 176 + 2
         x: code.isStacked ? Math.round((code.width - width) / 2) : 0
 
-        QRCodeItem {
-            Accessible.description: code.link
-            Accessible.name: "Setup code"
-            Accessible.role: Accessible.Graphic
-            height: 176
-            text: code.link
-            width: 176
+        Item {
             x: 1
             y: 1
+
+            QRCodeItem {
+                Accessible.description: code.link
+                Accessible.name: "Setup code"
+                Accessible.role: Accessible.Graphic
+                height: 176
+                text: code.link
+                width: 176
+            }
         }
     }
 

@@ -67,24 +67,25 @@ std::string_view bodyOf(std::string_view request) {
     return request.substr(request.find("\r\n\r\n") + 4);
 }
 
-void checkPosts(std::string_view object, std::string_view text) {
-    const Payload payload = readPayload(object);
+void checkPosts(std::string_view object, std::string_view text, const CliAdapter* adapter) {
+    PayloadTexts texts;
+    const Payload payload = readPayload(object, adapter, texts);
     for (const Command command :
          {Command::permission, Command::notify, Command::clear, Command::registerSession, Command::unregisterSession}) {
-        const Surroundings surroundings{.source = "claude",
+        const Surroundings surroundings{.source = adapter->source,
                                         .tty = text,
                                         .terminalProgram = text,
                                         .tmuxPane = text,
                                         .weztermPane = text,
                                         .kittyWindowId = text};
         const SessionStart start{.label = text, .isOptedIn = true};
-        const auto post = planPost({.command = command}, adapterFor("claude"), payload, surroundings, "id", start);
+        const auto post = planPost({.command = command}, adapter, payload, surroundings, "id", start);
         if (!post)
             continue;
         const std::string_view body = bodyOf(post->request);
         requireOneObject(body);
         requireClean(body);
-        require(jsonStringEquals(jsonMember(body, "source"), "claude"));
+        require(jsonStringEquals(jsonMember(body, "source"), adapter->source));
         if (post->reply == HookPost::Reply::awaited)
             require(jsonStringEquals(jsonMember(body, "request_id"), "id"));
         else
@@ -93,10 +94,10 @@ void checkPosts(std::string_view object, std::string_view text) {
         appendRepaired(sessionId, payload.sessionId);
         require(jsonMember(body, "session_id") == sessionId);
     }
-    for (const Decision decision : {Decision::allow, Decision::deny, Decision::ask}) {
-        const std::string answer = adapterFor("claude")->answer(decision, payload);
-        require(answer.empty() == (decision == Decision::ask));
-        if (answer.empty())
+    require(adapter->answer(Decision::ask, payload).empty());
+    for (const Decision decision : {Decision::allow, Decision::deny}) {
+        const std::string answer = adapter->answer(decision, payload);
+        if (!answer.starts_with('{'))
             continue;
         requireOneObject(answer);
         requireClean(answer);
@@ -135,7 +136,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         requireOneObject(repaired);
         requireClean(repaired);
         requireWholeValues(object, 0);
-        checkPosts(object, input);
+        for (const std::string_view source : {"claude", "codex", "gemini", "opencode", "cursor"})
+            checkPosts(object, input, adapterFor(source));
     } else {
         // Even of text that is no object the readers must come to an end.
         JsonMemberReader members(input);

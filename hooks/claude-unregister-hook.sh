@@ -12,6 +12,7 @@ esac
 # shellcheck disable=SC3044
 [ -n "${BASH_VERSION:-}" ] && shopt -s execfail
 trap 'exit 0' EXIT
-for helper in "${PELORIN_HOOK_HELPER:-$here/pelorin-hook}" "$here/../build/release/bin/pelorin-hook"; do
+for helper in "${PELORIN_HOOK_HELPER:-$here/pelorin-hook}" "$here/../build/release/bin/pelorin-hook" \
+    "$here/../../../lib/pelorin/pelorin-hook"; do
     [ -x "$helper" ] && exec "$helper" unregister 2>/dev/null
 done

@@ -1,7 +1,7 @@
 # What install-hooks.sh and uninstall-hooks.sh share. For any bash from 3.2 on.
 # shellcheck shell=bash
 
-all_clis=(claude)
+all_clis=(claude codex gemini opencode cursor)
 
 say() { printf '%s\n' "$*"; }
 
@@ -28,25 +28,30 @@ find_hooks() {
     exit 1
 }
 
-# Sets `setup` to the program that edits the settings.
-find_setup() {
-    for setup in "${PELORIN_HOOK_SETUP:-$hooks/pelorin-hook-setup}" "$root/build/release/bin/pelorin-hook-setup"; do
-        if [ -f "$setup" ] && [ -x "$setup" ]; then
+# Prints where one of the hooks' own programs is: in a bundle, in this checkout, or in an installation.
+find_hook_program() {
+    local program
+    for program in "$hooks/$1" "$root/build/release/bin/$1" "$root/../../lib/pelorin/$1"; do
+        if [ -f "$program" ] && [ -x "$program" ]; then
+            printf '%s\n' "$program"
             return
         fi
     done
+    return 1
+}
+
+# Sets `setup` to the program that edits the settings.
+find_setup() {
+    setup=${PELORIN_HOOK_SETUP:-}
+    if [ -n "$setup" ] || setup=$(find_hook_program pelorin-hook-setup); then
+        return
+    fi
     complain "The program pelorin-hook-setup is not there. In a checkout, ./dev build makes it."
     exit 1
 }
 
 has_helper() {
-    local helper
-    for helper in "$hooks/pelorin-hook" "$root/build/release/bin/pelorin-hook"; do
-        if [ -f "$helper" ] && [ -x "$helper" ]; then
-            return 0
-        fi
-    done
-    return 1
+    find_hook_program pelorin-hook >/dev/null
 }
 
 # Prints where Pelorin itself is: the program of this installation, of this checkout, or any.
@@ -75,7 +80,11 @@ is_cli() {
 is_there() {
     case $1 in
     claude) return 0 ;;
-    esac
+    codex) [ -d "${CODEX_HOME:-$HOME/.codex}" ] ;;
+    gemini) [ -d "${GEMINI_CLI_HOME:-$HOME}/.gemini" ] ;;
+    opencode) [ -d "${XDG_CONFIG_HOME:-$HOME/.config}/opencode" ] ;;
+    cursor) [ -d "$HOME/.cursor" ] ;;
+    esac || command -v "$1" >/dev/null 2>&1
 }
 
 # The name behind an option, or the end.

@@ -8,8 +8,9 @@ usage: install-hooks.sh [OPTION...]
 
 Without options: puts Pelorin's hooks into Claude Code's settings.
 
-  --cli NAME           the CLI to wire: claude (may be given several times)
+  --cli NAME           the CLI to wire: claude, codex, gemini, opencode or cursor (may be given several times)
   --all                every CLI that is found on this machine
+  --tool-questions     with gemini: also ask in Pelorin before a tool changes something, so that it can be denied there
   --login              also start Pelorin at login
   --status             change nothing, and tell what is installed
   --dry-run            change nothing, and show what would be changed
@@ -29,6 +30,7 @@ clis=()
 with_all=no
 with_login=no
 options=()
+gemini_options=()
 while [ $# -gt 0 ]; do
     case $1 in
     --cli)
@@ -38,6 +40,7 @@ while [ $# -gt 0 ]; do
         ;;
     --all) with_all=yes ;;
     --login) with_login=yes ;;
+    --tool-questions) gemini_options=(--tool-questions) ;;
     --status) action=status ;;
     --dry-run) options=(--dry-run) ;;
     --help)
@@ -68,6 +71,9 @@ for cli in "${clis[@]}"; do
         continue
     fi
     arguments=("$cli" --hooks "$hooks" ${options[@]+"${options[@]}"})
+    if [ "$cli" = gemini ]; then
+        arguments+=(${gemini_options[@]+"${gemini_options[@]}"})
+    fi
     "$setup" "$action" "${arguments[@]}" || result=1
 done
 

@@ -8,7 +8,7 @@ usage: uninstall-hooks.sh [OPTION...]
 
 Without options: takes everything away, from every CLI, and the start at login.
 
-  --cli NAME   only from this CLI: claude (may be given several times)
+  --cli NAME   only from this CLI: claude, codex, gemini, opencode or cursor (may be given several times)
   --login      only the start at login
   --all        everything
   --dry-run    change nothing, and show what would be changed

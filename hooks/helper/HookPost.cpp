@@ -41,7 +41,8 @@ std::optional<HookPost> planPost(const HookCall& call, const CliAdapter* adapter
     }
     if (!adapter)
         return std::nullopt;
-    if (const auto question = adapter->questionText(payload))
+    const auto question = adapter->questionText ? adapter->questionText(payload) : std::nullopt;
+    if (question)
         return questionNotice(payload, *question, surroundings);
     BodyComposer body(payload, surroundings);
     body.addRequestId(requestId);

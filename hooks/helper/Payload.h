@@ -20,6 +20,12 @@ struct Payload {
     std::string_view eventName;
 };
 
+/// Texts that a payload points to and that no CLI has composed.
+struct PayloadTexts {
+    std::string message;
+    std::string toolInput;
+};
+
 /// What the helper itself knows about the session. A text that is empty is not known.
 struct Surroundings {
     /// The CLI's name.

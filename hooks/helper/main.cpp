@@ -99,6 +99,23 @@ std::string originOf(const HookCall& call, std::string_view program) {
     return std::string(call.source) + " " + std::string(program);
 }
 
+/// Whether the environment is that of the session, and not of a server that has been started from somewhere else: what
+/// points to a terminal must not point to that of another session.
+bool isEnvironmentOfTheSession(const CliAdapter* composer, std::string_view terminal) {
+    return !composer || composer->environment == CliAdapter::Environment::ofTheSession || !terminal.empty();
+}
+
+Surroundings surroundingsInEnvironment() {
+    return {.terminalProgram = environmentText("TERM_PROGRAM"),
+            .tmuxPane = environmentText("TMUX_PANE"),
+            .weztermPane = environmentText("WEZTERM_PANE"),
+            .kittyWindowId = environmentText("KITTY_WINDOW_ID")};
+}
+
+SessionStart sessionStartInEnvironment() {
+    return {.label = environmentText("PELORIN_LABEL"), .isOptedIn = environmentText("PELORIN_OPT_IN") == "1"};
+}
+
 void run(const HookCall& call, std::string_view program) {
     const auto decisionDeadline = Deadline::afterMilliseconds(decisionWait);
     const CliAdapter* adapter = adapterFor(call.source);
@@ -108,7 +125,9 @@ void run(const HookCall& call, std::string_view program) {
     if (!object)
         return;
 
-    const Payload payload = readPayload(*object);
+    const CliAdapter* composer = composerOf(*object, adapter);
+    PayloadTexts texts;
+    const Payload payload = readPayload(*object, composer, texts);
     endAnsweredElsewhere(call.command, payload);
 
     const auto serviceDeadline = Deadline::afterMilliseconds(serviceWait);
@@ -116,19 +135,15 @@ void run(const HookCall& call, std::string_view program) {
     if (!service)
         return;
 
-    const pid_t cliProcess = adapter ? processIdIn(environmentText(adapter->processVariable)) : 0;
+    const char* processVariable = composer ? composer->processVariable : nullptr;
+    const pid_t cliProcess = processVariable ? processIdIn(environmentText(processVariable)) : 0;
     const std::string terminal = findTerminal(cliProcess, getppid(), lookUpProcess);
-    const Surroundings surroundings{
-        .source = call.source,
-        .tty = terminal,
-        .terminalProgram = environmentText("TERM_PROGRAM"),
-        .tmuxPane = environmentText("TMUX_PANE"),
-        .weztermPane = environmentText("WEZTERM_PANE"),
-        .kittyWindowId = environmentText("KITTY_WINDOW_ID"),
-    };
-    const SessionStart start{.label = environmentText("PELORIN_LABEL"),
-                             .isOptedIn = environmentText("PELORIN_OPT_IN") == "1"};
-    const auto post = planPost(call, adapter, payload, surroundings, makeRequestId(), start);
+    const bool isKnown = isEnvironmentOfTheSession(composer, terminal);
+    Surroundings surroundings = isKnown ? surroundingsInEnvironment() : Surroundings();
+    surroundings.source = composer ? composer->source : call.source;
+    surroundings.tty = terminal;
+    const auto post = planPost(call, composer, payload, surroundings, makeRequestId(),
+                               isKnown ? sessionStartInEnvironment() : SessionStart());
     if (!post)
         return;
 

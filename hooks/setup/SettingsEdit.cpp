@@ -487,6 +487,10 @@ public:
         return isWhole && m_ours == m_isFound.size() ? HookState::current : HookState::damaged;
     }
 
+    bool hasHookAt(std::string_view event) const {
+        return std::find(m_events.begin(), m_events.end(), event) != m_events.end();
+    }
+
 private:
     void inspectEvent(const hook::JsonMember& event) {
         hook::JsonElementReader elements(event.value);
@@ -506,6 +510,7 @@ private:
         if (!isOurCommand(command, m_plan.hooksDirectory))
             return;
         ++m_ours;
+        m_events.push_back(hook::decodedJsonString(eventName));
         for (std::size_t index = 0; index < m_plan.entries.size(); ++index) {
             const HookEntry& entry = m_plan.entries[index];
             if (hook::jsonStringEquals(eventName, entry.event) && isEntry(value, entry, m_plan.layout))
@@ -515,6 +520,7 @@ private:
 
     const HookPlan& m_plan;
     std::size_t m_ours = 0;
+    std::vector<std::string> m_events;
     std::vector<bool> m_isFound;
 };
 
@@ -526,6 +532,10 @@ tl::expected<HookState, Refusal> hookState(const SettingsImage& image, const Hoo
     if (auto fault = faultOf(*image.text))
         return tl::unexpected(std::move(*fault));
     return Inspector(Document(*image.text), plan).state();
+}
+
+bool hasHookAt(const SettingsImage& image, const HookPlan& plan, std::string_view event) {
+    return image.text && !faultOf(*image.text) && Inspector(Document(*image.text), plan).hasHookAt(event);
 }
 
 tl::expected<SettingsImage, Refusal> withHooks(const SettingsImage& image, const HookPlan& plan, Original original) {

@@ -45,6 +45,9 @@ enum class HookState {
 /// How much of the plan the file holds.
 tl::expected<HookState, Refusal> hookState(const SettingsImage& image, const HookPlan& plan);
 
+/// Whether the file has a hook of ours, of whatever version, at the event. False when it can't be read.
+bool hasHookAt(const SettingsImage& image, const HookPlan& plan, std::string_view event);
+
 /// The file with exactly the plan's hooks of ours. A file that holds them already stays as it is.
 tl::expected<SettingsImage, Refusal> withHooks(const SettingsImage& image, const HookPlan& plan, Original original);
 

@@ -32,10 +32,12 @@ public:
           m_target(*request.target),
           m_path(m_target.path(surroundings)),
           m_copyPath(m_path + ".before-pelorin") {
-        if (m_target.plan)
-            m_plan = m_target.plan(surroundings, request.questions);
-        else
+        if (!m_target.plan) {
             m_text = m_target.text(surroundings);
+            return;
+        }
+        m_plan = m_target.plan(surroundings, request.questions);
+        m_planWithQuestions = m_target.plan(surroundings, ToolQuestions::on);
     }
 
     Report report() {
@@ -57,9 +59,14 @@ private:
 
     Original original() const { return access(m_copyPath.c_str(), F_OK) == 0 ? Original::kept : Original::unknown; }
 
+    // Who has once asked for the questions keeps them until all is taken away.
+    const HookPlan& planUpon(const FileState& state) const {
+        return hasHookAt(imageOf(state), m_plan, m_target.questionEvent) ? m_planWithQuestions : m_plan;
+    }
+
     tl::expected<HookState, Refusal> stateOf(const FileState& state) const {
         if (m_target.plan)
-            return hookState(imageOf(state), m_plan);
+            return hookState(imageOf(state), planUpon(state));
         if (!state.text || !state.text->starts_with(m_target.textStart))
             return HookState::absent;
         return !m_text || state.text->starts_with(*m_text) ? HookState::current : HookState::damaged;
@@ -69,7 +76,7 @@ private:
         if (!m_target.plan)
             return isInstall() ? ownFile(state) : withoutOwnFile(state);
         if (isInstall()) {
-            auto image = withHooks(imageOf(state), m_plan, original());
+            auto image = withHooks(imageOf(state), planUpon(state), original());
             if (!image)
                 return tl::unexpected(
                     refusal(image.error(), "To have the hooks all the same, put this into it:\n" + linesToAdd(m_plan)));
@@ -199,6 +206,7 @@ private:
     std::string m_path;
     std::string m_copyPath;
     HookPlan m_plan;
+    HookPlan m_planWithQuestions;
     std::optional<std::string> m_text;
 };
 

@@ -15,9 +15,10 @@ constexpr int usageStatus = 2;
 
 constexpr const char* usage = "usage: pelorin-hook-setup install|uninstall|status TARGET [OPTION...]\n"
                               "\n"
-                              "TARGET: claude or login\n"
+                              "TARGET: claude, codex, gemini, opencode, cursor or login\n"
                               "\n"
                               "  --hooks DIRECTORY    where the hook scripts are\n"
+                              "  --tool-questions     with gemini: also ask before a tool changes something\n"
                               "  --program FILE       the program to start at login\n"
                               "  --dry-run            change nothing, and show what would be changed\n";
 
@@ -38,6 +39,8 @@ bool readOptions(int count, const char* const* arguments, Request& request, Surr
         const bool hasValue = index + 1 < count && *arguments[index + 1] != '\0';
         if (option == "--dry-run") {
             request.writing = Writing::dryRun;
+        } else if (option == "--tool-questions" && !request.target->questionEvent.empty()) {
+            request.questions = ToolQuestions::on;
         } else if (option == "--hooks" && hasValue) {
             surroundings.hooksDirectory = arguments[++index];
         } else if (option == "--program" && hasValue) {
@@ -69,7 +72,7 @@ int main(int count, char** arguments) {
     Request request{.action = action.value_or(Action::status), .target = target};
     if (!action || !target || !readOptions(count - 3, arguments + 3, request, *surroundings))
         return complain(usage);
-    if (target->plan && !surroundings->hooksDirectory.starts_with('/'))
+    if (target->scripts == Target::Scripts::needed && !surroundings->hooksDirectory.starts_with('/'))
         return complain("pelorin-hook-setup: --hooks needs the whole path of the directory of the hook scripts.\n");
     const Report report = run(request, *surroundings);
     const bool isSuccess = report.outcome == Report::Outcome::success;

@@ -81,11 +81,12 @@ std::unique_ptr<TestProcess> RunningApplication::startAnotherCopy() const {
     return TestProcess::start({.command = {applicationPath}, .environment = environment()});
 }
 
-std::unique_ptr<TestProcess> RunningApplication::startHook(const std::string& script,
-                                                           const std::string& payload) const {
-    auto hook = TestProcess::start({.command = {PELORIN_SOURCE_DIR "/hooks/" + script},
-                                    .environment = environment(),
-                                    .channels = ChildOptions::Channels::sockets});
+std::unique_ptr<TestProcess> RunningApplication::startHook(const std::string& script, const std::string& payload,
+                                                           const std::vector<std::string>& arguments) const {
+    std::vector<std::string> command{PELORIN_SOURCE_DIR "/hooks/" + script};
+    command.insert(command.end(), arguments.begin(), arguments.end());
+    auto hook = TestProcess::start(
+        {.command = command, .environment = environment(), .channels = ChildOptions::Channels::sockets});
     EXPECT_TRUE(hook->writeInput(payload));
     hook->closeInput();
     return hook;

@@ -28,8 +28,9 @@ public:
     /// A second copy on the same port and with the same home.
     std::unique_ptr<TestProcess> startAnotherCopy() const;
 
-    /// Starts one of the hook scripts as Claude Code does, with the payload on its input.
-    std::unique_ptr<TestProcess> startHook(const std::string& script, const std::string& payload) const;
+    /// Starts one of the hook scripts as a CLI does, with the payload on its input.
+    std::unique_ptr<TestProcess> startHook(const std::string& script, const std::string& payload,
+                                           const std::vector<std::string>& arguments = {}) const;
 
     /// The reply's body to one request; empty when nothing answered.
     std::string request(const std::string& path, const std::string& body = {}) const;

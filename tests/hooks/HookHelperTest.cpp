@@ -347,7 +347,7 @@ TEST(HookHelper, GivesEveryRequestAnIdOfItsOwn) {
 
 TEST(HookHelper, TellsOfItsSurroundings) {
     LoopbackListener listener;
-    const auto hook = runHook({testedHelper(), "register", "--source", "codex"},
+    const auto hook = runHook({testedHelper(), "register", "--source", "gemini"},
                               R"({"session_id":"s","source":"startup"})", listener.port(),
                               {"TERM_PROGRAM=ghostty", "TMUX_PANE=%4", "WEZTERM_PANE=5", "KITTY_WINDOW_ID=6",
                                "PELORIN_LABEL=api \"x\"\n\xff", "PELORIN_OPT_IN=1"});
@@ -355,7 +355,7 @@ TEST(HookHelper, TellsOfItsSurroundings) {
     QJsonObject body = jsonObject(nextRequest(listener).body);
     body.remove("tty");
     EXPECT_EQ(body, (QJsonObject{{"session_id", "s"},
-                                 {"source", "codex"},
+                                 {"source", "gemini"},
                                  {"term_program", "ghostty"},
                                  {"tmux_pane", "%4"},
                                  {"wezterm_pane", "5"},
@@ -401,6 +401,32 @@ QString terminalFoundBelow(const TestTerminal& terminal, const std::vector<std::
     EXPECT_TRUE(shell->writeInput("{\"session_id\":\"s\"}"));
     expectQuietEnd(*shell);
     return jsonObject(nextRequest(listener).body).value("tty").toString();
+}
+
+// The server of all sessions may have been started from another session's terminal.
+TEST(HookHelper, TrustsTheEnvironmentOfAServerOnlyBelowATerminal) {
+    const std::vector<std::string> environment = {"TERM_PROGRAM=ghostty", "TMUX_PANE=%4",      "WEZTERM_PANE=5",
+                                                  "KITTY_WINDOW_ID=6",    "PELORIN_LABEL=api", "PELORIN_OPT_IN=1"};
+    LoopbackListener listener;
+    // A shell whose parent has ended has none of the test's own terminal.
+    const auto hook = runHook({"/usr/bin/setsid", "--fork", testedHelper(), "register", "--source", "codex"},
+                              R"({"session_id":"s","cwd":"/c"})", listener.port(), environment);
+    EXPECT_EQ(jsonObject(nextRequest(listener).body),
+              (QJsonObject{{"session_id", "s"}, {"cwd", "/c"}, {"source", "codex"}}));
+    EXPECT_EQ(hook->waitForExit(), exited(0));
+
+    const TestTerminal terminal;
+    std::vector<std::string> whole = environment;
+    whole.insert(whole.end(), {"PATH=/usr/bin:/bin", "BEACONRY_PORT=" + std::to_string(listener.port())});
+    const auto shell =
+        startOnTerminal(terminal, {"/bin/sh", "-c", "\"$0\" register --source codex; :", testedHelper()}, whole);
+    EXPECT_TRUE(shell->writeInput("{\"session_id\":\"s\"}"));
+    expectQuietEnd(*shell);
+    const QJsonObject body = jsonObject(nextRequest(listener).body);
+    EXPECT_EQ(body["tty"].toString().toStdString(), terminal.name());
+    EXPECT_EQ(body["tmux_pane"], "%4");
+    EXPECT_EQ(body["label"], "api");
+    EXPECT_EQ(body["opt_in"], true);
 }
 
 TEST(HookHelper, FindsTheTerminalUpTheParents) {

@@ -1,6 +1,6 @@
 #include "tests/hooks/CapturedPayloads.h"
 #include "tests/hooks/HookProcess.h"
-#include "tests/support/TemporaryDirectory.h"
+#include "tests/support/HookInstallation.h"
 
 #include "BeaconryKit/model/AskEvent.h"
 #include "BeaconryKit/model/SessionInfo.h"
@@ -51,32 +51,42 @@ fs::path sourceHooks() {
 
 class InstalledHooks : public testing::Test {
 protected:
-    void SetUp() override {
-        const auto install = TestProcess::start({.command = {PELORIN_CMAKE, "--install", PELORIN_BUILD_DIR,
-                                                             "--component", "hooks", "--prefix", m_prefix.path()},
-                                                 .environment = {"PATH=/usr/bin:/bin"}});
-        ASSERT_TRUE(install);
-        ASSERT_EQ(install->waitForExit(), exited(0)) << install->errors();
-        fs::copy_file(testedHelper(), hooks() / "pelorin-hook", fs::copy_options::overwrite_existing);
-    }
+    void SetUp() override { fs::copy_file(testedHelper(), helper(), fs::copy_options::overwrite_existing); }
 
-    fs::path hooks() const { return m_prefix.path() / "share/pelorin/hooks"; }
+    fs::path hooks() const { return m_installation.hooks(); }
+    fs::path helper() const { return m_installation.programs() / "pelorin-hook"; }
+    fs::path programs() const { return m_installation.programs(); }
 
-    // Without the helper that belongs beside the scripts.
-    void removeHelper() { ASSERT_TRUE(fs::remove(hooks() / "pelorin-hook")); }
+    void removeHelper() { ASSERT_TRUE(fs::remove(helper())); }
 
 private:
-    TemporaryDirectory m_prefix;
+    HookInstallation m_installation;
 };
 
-TEST_F(InstalledHooks, AreTheScriptsAndTheHelper) {
+std::vector<std::string> programsIn(const fs::path& directory) {
     std::vector<std::string> names;
-    for (const auto& entry : fs::directory_iterator(hooks())) {
-        names.push_back(entry.path().filename());
-        EXPECT_NE(entry.status().permissions() & fs::perms::others_exec, fs::perms::none) << entry.path();
+    for (const auto& entry : fs::directory_iterator(directory)) {
+        if (entry.is_regular_file() && (entry.status().permissions() & fs::perms::others_exec) != fs::perms::none)
+            names.push_back(entry.path().filename());
     }
-    EXPECT_THAT(names, testing::UnorderedElementsAre(scriptNames[0], scriptNames[1], scriptNames[2], scriptNames[3],
-                                                     scriptNames[4], "pelorin-hook", "pelorin-hook-setup"));
+    return names;
+}
+
+TEST_F(InstalledHooks, AreTheScriptsAndTheHelper) {
+    EXPECT_THAT(programsIn(hooks()), testing::UnorderedElementsAreArray(scriptNames));
+    EXPECT_THAT(programsIn(hooks() / "adapters"), testing::ElementsAre("cli-hook.sh"));
+    EXPECT_TRUE(fs::exists(hooks() / "adapters/opencode.mjs"));
+    EXPECT_THAT(programsIn(programs()), testing::UnorderedElementsAre("pelorin-hook", "pelorin-hook-setup"));
+}
+
+// As in a bundle.
+TEST_F(InstalledHooks, PreferTheHelperBesideThem) {
+    fs::rename(helper(), hooks() / "pelorin-hook");
+    LoopbackListener listener;
+    const auto hook =
+        runHook(asCommandOfACli(hooks() / "claude-notify-hook.sh"), R"({"session_id":"s"})", listener.port());
+    expectQuietEnd(*hook);
+    EXPECT_EQ(nextRequest(listener).path, "/event");
 }
 
 TEST_F(InstalledHooks, HandEveryCapturedPayloadToTheApplication) {
@@ -196,7 +206,6 @@ TEST_F(InstalledHooks, AreSilentWhenTheHelperIsMissing) {
 
 TEST_F(InstalledHooks, AreSilentWhenTheHelperCannotBeRun) {
     removeHelper();
-    const fs::path helper = hooks() / "pelorin-hook";
     const RefusingPort port;
     const auto expectSilence = [&] {
         for (const std::string shell : {"/bin/sh", "/bin/bash"}) {
@@ -205,12 +214,12 @@ TEST_F(InstalledHooks, AreSilentWhenTheHelperCannotBeRun) {
             expectQuietEnd(*hook);
         }
     };
-    std::ofstream(helper) << "#!/no/such/interpreter\n";
+    std::ofstream(helper()) << "#!/no/such/interpreter\n";
     expectSilence();
-    fs::permissions(helper, fs::perms::owner_all);
+    fs::permissions(helper(), fs::perms::owner_all);
     expectSilence();
-    fs::remove(helper);
-    fs::create_directory(helper);
+    fs::remove(helper());
+    fs::create_directory(helper());
     expectSilence();
 }
 

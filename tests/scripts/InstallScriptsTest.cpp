@@ -1,4 +1,4 @@
-#include "tests/support/TemporaryDirectory.h"
+#include "tests/support/HookInstallation.h"
 #include "tests/support/TestProcess.h"
 
 #include <QJsonDocument>
@@ -67,16 +67,9 @@ fs::path builtProgram(const std::string& name) {
 
 class InstalledScripts : public testing::Test {
 protected:
-    void SetUp() override {
-        const auto install = TestProcess::start({.command = {PELORIN_CMAKE, "--install", PELORIN_BUILD_DIR,
-                                                             "--component", "hooks", "--prefix", m_prefix.path()},
-                                                 .environment = {"PATH=/usr/bin:/bin"}});
-        ASSERT_TRUE(install);
-        ASSERT_EQ(install->waitForExit(), exited(0)) << install->errors();
-    }
-
-    fs::path scripts() const { return m_prefix.path() / "share/pelorin"; }
-    const fs::path& prefix() const { return m_prefix.path(); }
+    fs::path scripts() const { return m_installation.scripts(); }
+    fs::path programs() const { return m_installation.programs(); }
+    const fs::path& prefix() const { return m_installation.prefix(); }
     const fs::path& home() const { return m_home.path(); }
     fs::path settings() const { return home() / ".claude/settings.json"; }
 
@@ -88,7 +81,7 @@ protected:
     }
 
 private:
-    TemporaryDirectory m_prefix;
+    HookInstallation m_installation;
     TemporaryDirectory m_home;
 };
 
@@ -160,12 +153,12 @@ TEST_F(InstalledScripts, PassOnThatSomethingFailed) {
 }
 
 TEST_F(InstalledScripts, SayThatAProgramIsMissing) {
-    fs::remove(scripts() / "hooks/pelorin-hook");
+    fs::remove(programs() / "pelorin-hook");
     const Result without = install({});
     EXPECT_EQ(without.exit, exited(0));
     EXPECT_EQ(without.errors, "The hooks do nothing yet: the program pelorin-hook is not there. In a checkout, "
                               "./dev build makes it.\n");
-    fs::remove(scripts() / "hooks/pelorin-hook-setup");
+    fs::remove(programs() / "pelorin-hook-setup");
     for (const Result& result : {install({}), uninstall({})}) {
         EXPECT_EQ(result.exit, exited(1));
         EXPECT_EQ(result.errors, "The program pelorin-hook-setup is not there. In a checkout, ./dev build makes it.\n");
@@ -194,7 +187,7 @@ TEST_F(InstalledScripts, ExplainThemselves) {
         for (const std::vector<std::string>& arguments : {std::vector<std::string>{"--cli"}, {"--cli", "clod"}}) {
             const Result unknown = runScript(script, arguments, home());
             EXPECT_EQ(unknown.exit, exited(2));
-            EXPECT_EQ(unknown.errors, "--cli needs one of: claude\n");
+            EXPECT_EQ(unknown.errors, "--cli needs one of: claude codex gemini opencode cursor\n");
         }
     }
     EXPECT_THAT(filesBelow(home()), IsEmpty());
@@ -202,9 +195,10 @@ TEST_F(InstalledScripts, ExplainThemselves) {
 
 TEST_F(InstalledScripts, GoByTheDirectoryThatTheApplicationNames) {
     const TemporaryDirectory other;
-    fs::copy(scripts(), other.path() / "shipped", fs::copy_options::recursive);
-    install({}, {"REPO=" + (other.path() / "shipped").string()});
-    EXPECT_THAT(textOf(settings()), HasSubstr((other.path() / "shipped/hooks/claude-clear-hook.sh").string()));
+    const fs::path shipped = other.path() / "shipped/share/pelorin";
+    fs::copy(prefix(), other.path() / "shipped", fs::copy_options::recursive);
+    install({}, {"REPO=" + shipped.string()});
+    EXPECT_THAT(textOf(settings()), HasSubstr((shipped / "hooks/claude-clear-hook.sh").string()));
     // The variable may well mean something else to the user.
     install({}, {"REPO=somebody/something", "CDPATH=/tmp"});
     EXPECT_THAT(textOf(settings()),
@@ -219,7 +213,7 @@ TEST_F(InstalledScripts, RunFromTheirOwnDirectory) {
 }
 
 TEST_F(InstalledScripts, CanBeGivenAnotherProgram) {
-    fs::remove(scripts() / "hooks/pelorin-hook-setup");
+    fs::remove(programs() / "pelorin-hook-setup");
     EXPECT_EQ(install({}, {"PELORIN_HOOK_SETUP=" + builtProgram("pelorin-hook-setup").string()}).exit, exited(0));
     EXPECT_TRUE(fs::exists(settings()));
 }

@@ -81,7 +81,9 @@ private:
                 return tl::unexpected(
                     refusal(image.error(), "To have the hooks all the same, put this into it:\n" + linesToAdd(m_plan)));
             FileWish wish = wishFor(std::move(*image));
-            wish.copyPath = m_copyPath;
+            // What holds hooks of ours is no original.
+            if (stateOf(state) == HookState::absent)
+                wish.copyPath = m_copyPath;
             return wish;
         }
         // What can't be read can't hold hooks either that were put in by us and have a chance to run.

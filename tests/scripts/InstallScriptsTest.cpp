@@ -145,6 +145,65 @@ TEST_F(InstalledScripts, TellTheStatus) {
               "Claude Code: installed in " + settings().string() + ".\nStart at login: not installed.\n");
 }
 
+const std::pair<std::string, std::string> otherClis[] = {{"codex", ".codex/hooks.json"},
+                                                         {"gemini", ".gemini/settings.json"},
+                                                         {"opencode", ".config/opencode/plugin/pelorin.js"},
+                                                         {"cursor", ".cursor/hooks.json"}};
+
+TEST_F(InstalledScripts, WireTheClisThatAreNamed) {
+    for (const auto& [cli, file] : otherClis) {
+        SCOPED_TRACE(cli);
+        const Result installed = install({"--cli", cli});
+        EXPECT_EQ(installed.exit, exited(0));
+        EXPECT_EQ(installed.errors, "");
+        EXPECT_THAT(textOf(home() / file), HasSubstr((scripts() / "hooks/adapters/").string()));
+        EXPECT_FALSE(fs::exists(settings()));
+        EXPECT_EQ(uninstall({"--cli", cli}).exit, exited(0));
+        EXPECT_THAT(filesBelow(home()), IsEmpty());
+    }
+    EXPECT_EQ(install({"--cli", "codex", "--cli", "cursor"}).exit, exited(0));
+    EXPECT_THAT(filesBelow(home()), ElementsAre(".codex", ".codex/hooks.json", ".cursor", ".cursor/hooks.json"));
+}
+
+TEST_F(InstalledScripts, AskBeforeToolsOnlyWhenThatIsAskedFor) {
+    install({"--cli", "gemini"});
+    EXPECT_THAT(textOf(home() / ".gemini/settings.json"), Not(HasSubstr("BeforeTool")));
+    EXPECT_EQ(install({"--cli", "gemini", "--tool-questions"}).exit, exited(0));
+    EXPECT_THAT(textOf(home() / ".gemini/settings.json"), HasSubstr("BeforeTool"));
+    EXPECT_THAT(filesBelow(home()), ElementsAre(".gemini", ".gemini/settings.json"));
+}
+
+TEST_F(InstalledScripts, WireWhatIsThere) {
+    const Result alone = install({"--all"});
+    EXPECT_EQ(alone.exit, exited(0));
+    EXPECT_THAT(alone.output, AllOf(HasSubstr("Claude Code: installed in "),
+                                    HasSubstr("codex: not found on this machine, and left out. --cli codex wires it "
+                                              "all the same.\n"),
+                                    HasSubstr("cursor: not found")));
+    EXPECT_THAT(filesBelow(home()), ElementsAre(".claude", ".claude/settings.json"));
+    uninstall({});
+
+    std::vector<std::string> before;
+    for (const auto& [cli, file] : otherClis)
+        fs::create_directories((home() / file).parent_path());
+    write(home() / ".codex/hooks.json", "{\"hooks\": {\"Stop\": []}}");
+    write(home() / ".gemini/settings.json", "{\r\n\t\"ui\": {\"theme\": \"x\"}\r\n}\r\n");
+    before = filesBelow(home());
+    const Result all = install({"--all"});
+    EXPECT_EQ(all.exit, exited(0));
+    for (const auto& [cli, file] : otherClis)
+        EXPECT_THAT(textOf(home() / file), HasSubstr((scripts() / "hooks/adapters/").string())) << cli;
+    EXPECT_THAT(install({"--status"}).output,
+                AllOf(HasSubstr("Claude Code: installed in "), HasSubstr("Codex: installed in "),
+                      HasSubstr("Gemini: installed in "), HasSubstr("opencode: installed in "),
+                      HasSubstr("Cursor: installed in "), HasSubstr("Start at login: not installed.\n")));
+    EXPECT_THAT(install({"--all", "--dry-run"}).output, Not(HasSubstr("+ ")));
+    uninstall({});
+    EXPECT_EQ(filesBelow(home()), before);
+    EXPECT_EQ(textOf(home() / ".codex/hooks.json"), "{\"hooks\": {\"Stop\": []}}");
+    EXPECT_EQ(textOf(home() / ".gemini/settings.json"), "{\r\n\t\"ui\": {\"theme\": \"x\"}\r\n}\r\n");
+}
+
 TEST_F(InstalledScripts, PassOnThatSomethingFailed) {
     write(settings(), "// mine\n{}");
     const Result result = install({});

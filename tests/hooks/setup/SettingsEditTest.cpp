@@ -153,6 +153,19 @@ TEST_P(EveryPlan, RefusesWhatCannotBeEditedSafely) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Plans, EveryPlan, testing::Values(samplePlan(), flatPlan()));
+INSTANTIATE_TEST_SUITE_P(Clis, EveryPlan, testing::ValuesIn(adapterPlans()));
+
+TEST(HasHookAt, FindsHooksOfOursAlone) {
+    const HookPlan plan = samplePlan();
+    const SettingsImage with = installed(fileOf("{}"), plan);
+    EXPECT_TRUE(hasHookAt(with, plan, "Stop"));
+    EXPECT_FALSE(hasHookAt(with, plan, "BeforeTool"));
+    EXPECT_FALSE(hasHookAt(with, plan, ""));
+    EXPECT_FALSE(hasHookAt({}, plan, "Stop"));
+    EXPECT_FALSE(hasHookAt(fileOf("{,"), plan, "Stop"));
+    EXPECT_FALSE(
+        hasHookAt(fileOf(R"({"hooks":{"Stop":[{"hooks":[{"type":"command","command":"mine"}]}]}})"), plan, "Stop"));
+}
 
 TEST(WithHooks, WritesLikeTheRestOfTheFile) {
     HookPlan plan = samplePlan();

@@ -1,5 +1,7 @@
 #include "tests/hooks/setup/SettingsFiles.h"
 
+#include "hooks/setup/Target.h"
+
 namespace pelorin::setup {
 
 namespace {
@@ -134,6 +136,15 @@ HookPlan flatPlan() {
             .entries = {{"Stop", guardedCommand("/opt/p q/hooks/adapters/cli-hook.sh", "cursor clear")},
                         {"Start", guardedCommand("/opt/p q/hooks/adapters/cli-hook.sh", "cursor register")}},
             .hooksDirectory = "/opt/p q/hooks"};
+}
+
+std::vector<HookPlan> adapterPlans() {
+    const Surroundings surroundings{
+        .home = "/home/u", .codexHome = "/home/u/.codex", .geminiHome = "/home/u", .hooksDirectory = "/opt/p q/hooks"};
+    std::vector<HookPlan> plans;
+    for (const char* name : {"codex", "gemini", "cursor"})
+        plans.push_back(targetNamed(name)->plan(surroundings, ToolQuestions::on));
+    return plans;
 }
 
 } // namespace pelorin::setup

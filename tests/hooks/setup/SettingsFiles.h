@@ -30,4 +30,7 @@ HookPlan samplePlan();
 /// Two hooks in the manner of Cursor.
 HookPlan flatPlan();
 
+/// The plans of the CLIs that run the adapters' script, with all that they can hold.
+std::vector<HookPlan> adapterPlans();
+
 } // namespace pelorin::setup

@@ -67,8 +67,10 @@ protected:
     }
 
     // Installs or uninstalls without a complaint, and gives what is said.
-    std::string claude(const std::string& action) {
-        const Result result = run({action, "claude", "--hooks", hooks});
+    std::string claude(const std::string& action) { return done({action, "claude", "--hooks", hooks}); }
+
+    std::string done(const std::vector<std::string>& arguments, const std::vector<std::string>& environment = {}) {
+        const Result result = run(arguments, environment);
         EXPECT_EQ(result.exit, exited(0)) << result.errors;
         EXPECT_EQ(result.errors, "");
         return result.output;
@@ -107,6 +109,152 @@ TEST_F(SetupProgram, InstallsTheHooksOfClaudeCode) {
                                             {"UserPromptSubmit", hook("clear", aside)},
                                             {"PostToolUse", hook("clear", aside)},
                                             {"Stop", hook("clear", aside)}}));
+}
+
+// What stands in a CLI's file: for every event the words behind the script's path, the matcher and the options.
+struct WrittenHook {
+    std::string event;
+    std::string arguments;
+    QString matcher = {};
+    QJsonObject options = {};
+};
+
+void expectHooks(const QJsonObject& found, bool isGrouped, const std::vector<WrittenHook>& expected) {
+    QJsonObject wanted;
+    for (const WrittenHook& hook : expected) {
+        QJsonObject entry = hook.options;
+        entry["command"] = QString::fromStdString(
+            "pelorin='/opt/pelorin/hooks/adapters/cli-hook.sh'; [ ! -x \"$pelorin\" ] || exec \"$pelorin\" " +
+            hook.arguments);
+        if (isGrouped)
+            entry["type"] = "command";
+        QJsonObject group{{"hooks", QJsonArray{entry}}};
+        if (!hook.matcher.isEmpty())
+            group["matcher"] = hook.matcher;
+        wanted[QString::fromStdString(hook.event)] = QJsonArray{isGrouped ? group : entry};
+    }
+    EXPECT_EQ(found["hooks"].toObject(), wanted);
+}
+
+QJsonObject objectIn(const fs::path& path) {
+    return QJsonDocument::fromJson(QByteArray::fromStdString(textOf(path))).object();
+}
+
+TEST_F(SetupProgram, InstallsTheHooksOfCodex) {
+    const fs::path file = home() / ".codex/hooks.json";
+    EXPECT_THAT(done({"install", "codex", "--hooks", hooks}),
+                AllOf(StartsWith("Codex: installed in " + file.string() + ".\n"),
+                      HasSubstr("only once you have trusted them")));
+    const QJsonObject shortly{{"timeout", 10}};
+    const QJsonObject atTheEnd{{"timeout", 3}};
+    expectHooks(objectIn(file), true,
+                {{"SessionStart", "codex register", {}, shortly},
+                 {"SessionEnd", "codex unregister", {}, atTheEnd},
+                 {"PermissionRequest", "codex permission", {}, {{"timeout", 600}}},
+                 {"UserPromptSubmit", "codex clear", {}, shortly},
+                 {"PostToolUse", "codex clear", {}, shortly},
+                 {"Stop", "codex clear", {}, shortly},
+                 {"Interrupt", "codex clear", {}, atTheEnd}});
+    // Codex asks for trust again when a byte changes.
+    const std::string text = textOf(file);
+    done({"install", "codex", "--hooks", hooks});
+    EXPECT_EQ(textOf(file), text);
+    done({"uninstall", "codex", "--hooks", hooks});
+    EXPECT_THAT(filesAtHome(), IsEmpty());
+    done({"install", "codex", "--hooks", hooks}, {"CODEX_HOME=" + (home() / "elsewhere").string()});
+    EXPECT_EQ(textOf(home() / "elsewhere/hooks.json"), text);
+}
+
+TEST_F(SetupProgram, InstallsTheHooksOfGemini) {
+    const fs::path file = home() / ".gemini/settings.json";
+    EXPECT_THAT(done({"install", "gemini", "--hooks", hooks}),
+                AllOf(StartsWith("Gemini: installed in " + file.string() + ".\n"),
+                      EndsWith("\nGemini's policies are left as they are.\n")));
+    const QJsonObject shortly{{"timeout", 10000}};
+    const std::vector<WrittenHook> notices = {
+        {"SessionStart", "gemini register", {}, shortly}, {"SessionEnd", "gemini unregister", {}, shortly},
+        {"Notification", "gemini notify", {}, shortly},   {"BeforeAgent", "gemini clear", {}, shortly},
+        {"AfterTool", "gemini clear", {}, shortly},       {"AfterAgent", "gemini clear", {}, shortly}};
+    expectHooks(objectIn(file), true, notices);
+    EXPECT_THAT(filesAtHome(), ElementsAre(".gemini", ".gemini/settings.json"));
+    done({"uninstall", "gemini", "--hooks", hooks});
+    EXPECT_THAT(filesAtHome(), IsEmpty());
+    done({"install", "gemini", "--hooks", hooks}, {"GEMINI_CLI_HOME=" + (home() / "elsewhere").string()});
+    expectHooks(objectIn(home() / "elsewhere/.gemini/settings.json"), true, notices);
+}
+
+TEST_F(SetupProgram, KeepsTheQuestionsBeforeToolsThatWereOnceAskedFor) {
+    const fs::path file = home() / ".gemini/settings.json";
+    write(file, "{\"ui\": {}}\n");
+    done({"install", "gemini", "--hooks", hooks});
+    EXPECT_FALSE(objectIn(file)["hooks"].toObject().contains("BeforeTool"));
+    EXPECT_THAT(done({"install", "gemini", "--hooks", hooks, "--tool-questions"}),
+                StartsWith("Gemini: put right in " + file.string() + ".\n"));
+    const std::string text = textOf(file);
+    const QJsonObject group = objectIn(file).value("hooks")["BeforeTool"][0].toObject();
+    EXPECT_EQ(group["matcher"], "^(run_shell_command|write_file|replace|web_fetch|mcp_.*)$");
+    EXPECT_EQ(group["hooks"][0]["timeout"], 600000);
+    EXPECT_TRUE(group["hooks"][0]["command"].toString().endsWith("\" gemini permission"));
+    EXPECT_EQ(done({"status", "gemini", "--hooks", hooks}), "Gemini: installed in " + file.string() + ".\n");
+    EXPECT_THAT(done({"install", "gemini", "--hooks", hooks}), StartsWith("Gemini: was installed in "));
+    EXPECT_EQ(textOf(file), text);
+    // Another installation has its scripts elsewhere.
+    done({"install", "gemini", "--hooks", "/usr/share/pelorin/hooks"});
+    EXPECT_TRUE(objectIn(file)["hooks"].toObject().contains("BeforeTool"));
+    done({"uninstall", "gemini", "--hooks", hooks});
+    EXPECT_EQ(textOf(file), "{\"ui\": {}}\n");
+    EXPECT_THAT(filesAtHome(), ElementsAre(".gemini", ".gemini/settings.json"));
+}
+
+TEST_F(SetupProgram, InstallsTheHooksOfCursor) {
+    const fs::path file = home() / ".cursor/hooks.json";
+    EXPECT_THAT(done({"install", "cursor", "--hooks", hooks}),
+                AllOf(StartsWith("Cursor: installed in " + file.string() + ".\n"), HasSubstr("has not been tried")));
+    const QJsonObject shortly{{"timeout", 10}};
+    const QJsonObject long_{{"timeout", 600}};
+    expectHooks(objectIn(file), false,
+                {{"sessionStart", "cursor register", {}, shortly},
+                 {"sessionEnd", "cursor unregister", {}, shortly},
+                 {"beforeShellExecution", "cursor permission", {}, long_},
+                 {"beforeMCPExecution", "cursor permission", {}, long_},
+                 {"beforeSubmitPrompt", "cursor clear", {}, shortly},
+                 {"stop", "cursor clear", {}, shortly}});
+    EXPECT_EQ(objectIn(file)["version"], 1);
+    done({"uninstall", "cursor", "--hooks", hooks});
+    EXPECT_THAT(filesAtHome(), IsEmpty());
+    const std::string own = R"({"version": 1, "hooks": {"stop": [{"command": "./mine.sh"}]}})";
+    write(file, own);
+    done({"install", "cursor", "--hooks", hooks});
+    EXPECT_EQ(objectIn(file).value("hooks")["stop"].toArray().size(), 2);
+    done({"uninstall", "cursor", "--hooks", hooks});
+    EXPECT_EQ(textOf(file), own);
+}
+
+TEST_F(SetupProgram, InstallsThePluginOfOpencode) {
+    const fs::path file = home() / ".config/opencode/plugin/pelorin.js";
+    const std::string odd = "/opt/it's \"odd\" $HOME/hooks";
+    const auto opencode = [&](const std::string& action, const std::string& directory = hooks) {
+        return done({action, "opencode", "--hooks", directory});
+    };
+    EXPECT_EQ(opencode("status"), "opencode: not installed.\n");
+    EXPECT_THAT(opencode("install"), StartsWith("opencode: installed in " + file.string() + ".\n"));
+    const std::string text = textOf(file);
+    EXPECT_THAT(text, AllOf(StartsWith("// Pelorin in opencode. "),
+                            HasSubstr("pathToFileURL(\"/opt/pelorin/hooks/adapters/opencode.mjs\")")));
+    EXPECT_EQ(opencode("status"), "opencode: installed in " + file.string() + ".\n");
+    EXPECT_THAT(opencode("install"), StartsWith("opencode: was installed in "));
+    EXPECT_EQ(textOf(file), text);
+    EXPECT_THAT(opencode("status", odd), HasSubstr("not as it should be"));
+    EXPECT_THAT(opencode("install", odd), StartsWith("opencode: put right in "));
+    EXPECT_THAT(textOf(file), HasSubstr("pathToFileURL(\"/opt/it's \\\"odd\\\" $HOME/hooks/adapters/opencode.mjs\")"));
+    EXPECT_EQ(opencode("uninstall"), "opencode: removed from " + file.string() + ".\n");
+    EXPECT_THAT(filesAtHome(), IsEmpty());
+    write(file, "export const Mine = async () => ({})\n");
+    const Result refused = run({"install", "opencode", "--hooks", hooks});
+    EXPECT_EQ(refused.exit, exited(1));
+    EXPECT_EQ(refused.errors, "opencode: " + file.string() + " is left as it is, since it is not Pelorin's.\n");
+    EXPECT_EQ(opencode("uninstall"), "opencode: was not installed.\n");
+    EXPECT_EQ(textOf(file), "export const Mine = async () => ({})\n");
 }
 
 TEST_F(SetupProgram, LeavesEveryFileAsItWas) {
@@ -301,14 +449,16 @@ TEST_F(SetupProgram, ExplainsItself) {
         {"install", "claude", "--hooks"},
         {"install", "claude", "--hooks", ""},
         {"install", "claude", "--hooks", hooks, "more"},
+        {"install", "claude", "--hooks", hooks, "--tool-questions"},
     };
     for (const auto& arguments : nonsense) {
         const Result result = run(arguments);
         EXPECT_EQ(result.exit, exited(2));
         EXPECT_EQ(result.errors, help.output);
     }
-    for (const std::vector<std::string>& arguments :
-         {std::vector<std::string>{"install", "claude"}, {"install", "claude", "--hooks", "hooks"}}) {
+    for (const std::vector<std::string>& arguments : {std::vector<std::string>{"install", "claude"},
+                                                      {"install", "claude", "--hooks", "hooks"},
+                                                      {"install", "opencode"}}) {
         const Result result = run(arguments);
         EXPECT_EQ(result.exit, exited(2));
         EXPECT_EQ(result.errors,

@@ -1,5 +1,7 @@
 #include "BeaconryKit/sessions/ScriptRun.h"
 
+#include "BeaconryKit/platform/FileDescriptor.h"
+
 #include <array>
 #include <cerrno>
 #include <csignal>
@@ -11,7 +13,6 @@
 #include <system_error>
 #include <thread>
 #include <unistd.h>
-#include <utility>
 #include <vector>
 
 #if defined(__APPLE__)
@@ -22,47 +23,6 @@ extern char** environ;
 namespace pelorin {
 
 namespace {
-
-/// One end of a pipe, which no child inherits.
-class PipeEnd {
-public:
-    PipeEnd() = default;
-    explicit PipeEnd(int descriptor) : m_descriptor(descriptor) { fcntl(descriptor, F_SETFD, FD_CLOEXEC); }
-    PipeEnd(PipeEnd&& other) noexcept : m_descriptor(std::exchange(other.m_descriptor, -1)) {}
-    PipeEnd& operator=(PipeEnd&& other) noexcept {
-        std::swap(m_descriptor, other.m_descriptor);
-        return *this;
-    }
-    ~PipeEnd() { close(); }
-
-    int get() const { return m_descriptor; }
-    void close() {
-        if (m_descriptor >= 0)
-            ::close(std::exchange(m_descriptor, -1));
-    }
-
-private:
-    int m_descriptor = -1;
-};
-
-struct Pipe {
-    PipeEnd reading;
-    PipeEnd writing;
-
-    bool open() {
-        std::array<int, 2> ends{};
-#ifdef __linux__
-        const bool isOpen = pipe2(ends.data(), O_CLOEXEC) == 0;
-#else
-        const bool isOpen = pipe(ends.data()) == 0;
-#endif
-        if (isOpen) {
-            reading = PipeEnd(ends[0]);
-            writing = PipeEnd(ends[1]);
-        }
-        return isOpen;
-    }
-};
 
 QString systemText(int error) {
     return QString::fromStdString(std::generic_category().message(error));
@@ -84,13 +44,12 @@ bool readAvailable(int descriptor, QByteArray& output) {
 
 /// Reads until the stream ends, or, since a process that is left behind may hold it open for ever, until the other pipe
 /// ends.
-void drain(const PipeEnd& stream, const PipeEnd& untilEnded, QByteArray& output) {
-    fcntl(stream.get(), F_SETFL, O_NONBLOCK);
+void drain(const FileDescriptor& stream, const FileDescriptor& untilEnded, QByteArray& output) {
     for (;;) {
-        std::array<pollfd, 2> readiness{{{stream.get(), POLLIN, 0}, {untilEnded.get(), POLLIN, 0}}};
+        std::array<pollfd, 2> readiness{{{stream.number(), POLLIN, 0}, {untilEnded.number(), POLLIN, 0}}};
         if (poll(readiness.data(), readiness.size(), -1) < 0 && errno != EINTR)
             return;
-        const bool isOpen = readAvailable(stream.get(), output);
+        const bool isOpen = readAvailable(stream.number(), output);
         if (!isOpen || readiness[1].revents != 0)
             return;
     }
@@ -99,11 +58,11 @@ void drain(const PipeEnd& stream, const PipeEnd& untilEnded, QByteArray& output)
 /// How the child is set up: its output joined to one pipe, no input, and nothing of our handling of signals.
 class SpawnSetup {
 public:
-    explicit SpawnSetup(const PipeEnd& output) {
+    explicit SpawnSetup(const FileDescriptor& output) {
         posix_spawn_file_actions_init(&m_actions);
         posix_spawn_file_actions_addopen(&m_actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
-        posix_spawn_file_actions_adddup2(&m_actions, output.get(), STDOUT_FILENO);
-        posix_spawn_file_actions_adddup2(&m_actions, output.get(), STDERR_FILENO);
+        posix_spawn_file_actions_adddup2(&m_actions, output.number(), STDOUT_FILENO);
+        posix_spawn_file_actions_adddup2(&m_actions, output.number(), STDERR_FILENO);
         posix_spawnattr_init(&m_attributes);
         sigset_t set;
         sigfillset(&set);
@@ -156,9 +115,9 @@ Environment processEnvironment() {
 
 tl::expected<ScriptOutcome, QString> runScript(const QByteArray& executable, const QList<QByteArray>& arguments,
                                                const Environment& environment) {
-    Pipe output;
-    Pipe end;
-    if (!output.open() || !end.open())
+    auto output = Pipe::make();
+    auto end = Pipe::make();
+    if (!output || !end || !makeNonBlocking(output->readEnd))
         return tl::unexpected(systemText(errno));
     QList<QByteArray> command = {executable};
     command += arguments;
@@ -171,18 +130,18 @@ tl::expected<ScriptOutcome, QString> runScript(const QByteArray& executable, con
     ScriptOutcome outcome;
     std::thread reader;
     try {
-        reader = std::thread([&] { drain(output.reading, end.reading, outcome.output); });
+        reader = std::thread([&] { drain(output->readEnd, end->readEnd, outcome.output); });
     } catch (const std::system_error& error) {
         return tl::unexpected(systemText(error.code().value()));
     }
     pid_t child = 0;
-    const SpawnSetup setup(output.writing);
+    const SpawnSetup setup(output->writeEnd);
     const int error = posix_spawn(&child, executable.constData(), setup.actions(), setup.attributes(),
                                   pointersTo(command).data(), pointersTo(variables).data());
-    output.writing.close();
+    output->writeEnd.reset();
     if (error == 0)
         outcome.status = waitForEnd(child);
-    end.writing.close();
+    end->writeEnd.reset();
     reader.join();
     if (error != 0)
         return tl::unexpected(systemText(error));

@@ -148,8 +148,9 @@ constexpr Target targets[] = {
      .notes =
          "Codex runs the hooks only once you have trusted them: it asks for that when it starts next, and again when\n"
          "they change. Permission requests can be allowed and denied in Pelorin; Codex's own prompt comes when nobody\n"
-         "has answered there. Codex has no notices. A session is told from others by its id and folder alone when\n"
-         "Codex's server runs the hooks: then Pelorin knows neither its terminal nor what wyrn has said of it."},
+         "has answered there. Codex has no notices. Its server runs the hooks of all sessions: Pelorin then knows\n"
+         "neither a session's terminal nor what wyrn has said of it, unless you switch that server off with\n"
+         "codex features disable daemon_auto_start."},
     {.name = "gemini",
      .title = "Gemini",
      .path = geminiPath,

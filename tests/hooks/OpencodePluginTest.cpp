@@ -290,7 +290,7 @@ TEST_F(OpencodePlugin, TakesEveryCapturedEventWithoutTheApplication) {
     endQuietly(*host, "\"loaded\"\n\"disposed\"\n");
 }
 
-TEST_F(OpencodePlugin, DoesNothingWhenThePelorinIsGone) {
+TEST_F(OpencodePlugin, DoesNothingWhenPelorinIsGone) {
     for (const fs::path& part : {installation().programs() / "pelorin-hook",
                                  installation().hooks() / "adapters/cli-hook.sh", installation().hooks()}) {
         SCOPED_TRACE(part);

@@ -211,12 +211,12 @@ TEST_F(SetupProgram, InstallsTheHooksOfCursor) {
     EXPECT_THAT(done({"install", "cursor", "--hooks", hooks}),
                 AllOf(StartsWith("Cursor: installed in " + file.string() + ".\n"), HasSubstr("has not been tried")));
     const QJsonObject shortly{{"timeout", 10}};
-    const QJsonObject long_{{"timeout", 600}};
+    const QJsonObject lasting{{"timeout", 600}};
     expectHooks(objectIn(file), false,
                 {{"sessionStart", "cursor register", {}, shortly},
                  {"sessionEnd", "cursor unregister", {}, shortly},
-                 {"beforeShellExecution", "cursor permission", {}, long_},
-                 {"beforeMCPExecution", "cursor permission", {}, long_},
+                 {"beforeShellExecution", "cursor permission", {}, lasting},
+                 {"beforeMCPExecution", "cursor permission", {}, lasting},
                  {"beforeSubmitPrompt", "cursor clear", {}, shortly},
                  {"stop", "cursor clear", {}, shortly}});
     EXPECT_EQ(objectIn(file)["version"], 1);

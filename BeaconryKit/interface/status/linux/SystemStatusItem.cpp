@@ -23,9 +23,10 @@ std::unique_ptr<StatusNotifierItem> makeStatusNotifierItem() {
 }
 
 std::unique_ptr<TrayIcon> makeTrayIcon() {
-    if (!qGuiApp || QGuiApplication::platformName() != QStringLiteral("xcb"))
+    const auto* const application = qobject_cast<QGuiApplication*>(QCoreApplication::instance());
+    if (!application || QGuiApplication::platformName() != QStringLiteral("xcb"))
         return nullptr;
-    const auto* const x11 = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
+    const auto* const x11 = application->nativeInterface<QNativeInterface::QX11Application>();
     return x11 ? std::make_unique<TrayIcon>(x11->connection(), 0) : nullptr;
 }
 

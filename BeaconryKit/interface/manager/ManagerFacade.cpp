@@ -31,10 +31,7 @@ void ManagerFacade::setTab(int tab) {
 }
 
 void ManagerFacade::setMuted(const QString& sessionId, bool muted) {
-    const bool wasMuted = m_parts.registry.isMuted(sessionId);
-    m_parts.registry.setMuted(muted, sessionId);
-    if (muted && !wasMuted)
-        m_parts.store.clear(sessionId);
+    m_parts.actions.setMuted(muted, sessionId);
 }
 
 void ManagerFacade::setPolicy(const QString& sessionId, int choice) {

@@ -5,7 +5,7 @@
 #include "BeaconryKit/interface/manager/SessionListModel.h"
 #include "BeaconryKit/interface/manager/SettingsFacade.h"
 #include "BeaconryKit/interface/panel/AskActions.h"
-#include "BeaconryKit/service/AskStore.h"
+#include "BeaconryKit/service/SessionActions.h"
 #include "BeaconryKit/sessions/SessionRegistry.h"
 
 #include <QObject>
@@ -43,7 +43,7 @@ public:
     Q_ENUM(DesktopScheme)
 
     struct Parts {
-        AskStore& store;
+        SessionActions& actions;
         SessionRegistry& registry;
         AskActions& pending;
         SessionListModel& sessions;

@@ -43,8 +43,9 @@ struct ManagerWindowController::Content {
                  owner.m_onAskAction),
           phone(owner.m_parts.settings, owner.m_parts.relay, owner.m_parts.provisioner),
           hooks(owner.m_parts.dispatch, owner.m_parts.hooks),
-          settings(owner.m_parts.settings, owner.m_parts.registry),
-          facade({owner.m_parts.store, owner.m_parts.registry, pending, sessions, phone, hooks, settings}),
+          actions(owner.m_parts.store, owner.m_parts.registry, owner.m_parts.settings),
+          settings(owner.m_parts.settings, actions),
+          facade({actions, owner.m_parts.registry, pending, sessions, phone, hooks, settings}),
           scheme(DesktopScheme::ofDesktop()),
           window(owner.m_engine.get()) {
         for (QObject* object : std::initializer_list<QObject*>{&asks, &pending, &sessions, phone.phones(), &phone,
@@ -58,6 +59,7 @@ struct ManagerWindowController::Content {
     SessionListModel sessions;
     PhoneSetup phone;
     HookSetup hooks;
+    SessionActions actions;
     SettingsFacade settings;
     ManagerFacade facade;
     std::unique_ptr<DesktopScheme> scheme;

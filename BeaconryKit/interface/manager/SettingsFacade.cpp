@@ -5,8 +5,8 @@
 
 namespace pelorin {
 
-SettingsFacade::SettingsFacade(NotifierSettings& settings, SessionRegistry& registry, QObject* parent)
-    : QObject(parent), m_settings(settings), m_registry(registry) {
+SettingsFacade::SettingsFacade(NotifierSettings& settings, SessionActions& actions, QObject* parent)
+    : QObject(parent), m_settings(settings), m_actions(actions) {
 }
 
 void SettingsFacade::setSilentMode(bool silent) {
@@ -58,9 +58,7 @@ void SettingsFacade::setAskKeywords(const QString& keywords) {
 }
 
 void SettingsFacade::setTrackOnlyOptIn(bool trackOnlyOptIn) {
-    m_settings.setTrackOnlyOptIn(trackOnlyOptIn);
-    // The registry takes effect at once, the settings keep the choice.
-    m_registry.setTrackOnlyOptIn(trackOnlyOptIn);
+    m_actions.setTrackOnlyOptIn(trackOnlyOptIn);
     emit changed();
 }
 

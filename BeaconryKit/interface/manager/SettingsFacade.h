@@ -1,7 +1,7 @@
 #pragma once
 
+#include "BeaconryKit/service/SessionActions.h"
 #include "BeaconryKit/sessions/NotifierSettings.h"
-#include "BeaconryKit/sessions/SessionRegistry.h"
 
 #include <QObject>
 #include <QString>
@@ -42,7 +42,7 @@ public:
     static constexpr int longestAutoDismiss = 3600;
 
     /// Both must outlive the facade.
-    SettingsFacade(NotifierSettings& settings, SessionRegistry& registry, QObject* parent = nullptr);
+    SettingsFacade(NotifierSettings& settings, SessionActions& actions, QObject* parent = nullptr);
 
     bool silentMode() const { return m_settings.silentMode(); }
     void setSilentMode(bool silent);
@@ -74,7 +74,7 @@ signals:
 
 private:
     NotifierSettings& m_settings;
-    SessionRegistry& m_registry;
+    SessionActions& m_actions;
 };
 
 } // namespace pelorin

@@ -106,7 +106,7 @@ TEST_F(ManagerPhoneTest, DrawsTheCodeInWholePixels) {
     QQuickItem* const code = visible("pelorin::QRCodeItem").first();
     const QImage all = window().grabWindow();
     const QRectF place = code->mapRectToScene(QRectF(0, 0, 176, 176));
-    const qreal scale = all.devicePixelRatio();
+    const qreal scale = window().effectiveDevicePixelRatio();
     const QImage image = all.copy(
         QRectF(place.topLeft() * scale, place.size() * scale).toAlignedRect().marginsRemoved(QMargins(1, 1, 1, 1)));
     for (int y = 0; y < image.height(); ++y) {

@@ -69,10 +69,11 @@ void PhoneSetup::loadPhones() {
                         const auto alive = weak.lock();
                         if (!alive || (*alive)->m_lastLoad != load)
                             return;
-                        (*alive)->m_isLoading = false;
+                        PhoneSetup& self = **alive;
+                        self.m_isLoading = false;
                         if (devices)
-                            (*alive)->show(*devices);
-                        emit(*alive)->changed();
+                            self.show(*devices);
+                        emit self.changed();
                     });
 }
 

@@ -103,6 +103,9 @@ TEST_F(ManagerPhoneTest, ShowsTheLinkAsACodeThatAScannerReads) {
 
 TEST_F(ManagerPhoneTest, DrawsTheCodeInWholePixels) {
     showConfigured();
+    // Wherever it has been scrolled to.
+    ASSERT_TRUE(visible("QQuickFlickable").first()->setProperty("contentY", 10.4));
+    settle();
     QQuickItem* const code = visible("pelorin::QRCodeItem").first();
     const QImage all = window().grabWindow();
     const QRectF place = code->mapRectToScene(QRectF(0, 0, 176, 176));

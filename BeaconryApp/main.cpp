@@ -2,6 +2,7 @@
 #include "BeaconryApp/CommandLine.h"
 #include "BeaconryApp/InstanceChannel.h"
 
+#include "BeaconryKit/interface/linux/DisplayChoice.h"
 #include "BeaconryKit/platform/DescriptorLimit.h"
 #include "BeaconryKit/platform/WindowRaiser.h"
 #include "BeaconryKit/relay/NetworkTransport.h"
@@ -18,22 +19,6 @@ namespace {
 
 /// The desktop's leave to bring a window to the front. The toolkit reads it when it does that.
 constexpr auto activationTokenVariable = "XDG_ACTIVATION_TOKEN";
-
-/// Makes the toolkit fall through to running without a display instead of aborting. X11 comes first where both are
-/// offered: only there the panel can place itself above everything.
-void choosePlatform() {
-#if defined(Q_OS_LINUX)
-    if (qEnvironmentVariableIsSet("QT_QPA_PLATFORM"))
-        return;
-    QByteArrayList platforms;
-    if (!qEnvironmentVariableIsEmpty("DISPLAY"))
-        platforms << "xcb";
-    if (!qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY"))
-        platforms << "wayland";
-    platforms << "offscreen";
-    qputenv("QT_QPA_PLATFORM", platforms.join(';'));
-#endif
-}
 
 pelorin::Display findDisplay(bool platformWasChosenByUser) {
     if (platformWasChosenByUser || QGuiApplication::platformName() != QLatin1String("offscreen"))
@@ -60,7 +45,9 @@ int main(int argc, char** argv) {
         return 0;
 
     const bool platformWasChosenByUser = qEnvironmentVariableIsSet("QT_QPA_PLATFORM");
-    choosePlatform();
+#if defined(Q_OS_LINUX)
+    pelorin::chooseWindowingSystem();
+#endif
     // The panel is small and still most of the time: drawing it in software costs a third of a GPU context's memory.
     QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
     QGuiApplication application(argc, argv);

@@ -25,7 +25,6 @@ protected:
 } // namespace
 
 int main(int argc, char** argv) {
-    qputenv("QT_QPA_PLATFORM", "xcb");
     const QGuiApplication application(argc, argv);
     OtherWindow window;
     window.setTitle(QStringLiteral("Other"));

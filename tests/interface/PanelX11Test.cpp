@@ -1,7 +1,7 @@
 // The panel on a real X server, beside a real window manager and a window of somebody else; run-under-x11.sh provides
 // them. The mouse and the keyboard are the server's.
 
-#include "tests/interface/PanelFixture.h"
+#include "tests/interface/LivePanel.h"
 
 #include <QFont>
 #include <QGuiApplication>
@@ -9,25 +9,14 @@
 #include <QPixmap>
 #include <QProcess>
 #include <QScreen>
-#include <QTest>
-#include <QtQuickTest/quicktest.h>
 #include <gtest/gtest.h>
 #include <qguiapplication_platform.h>
 #include <xcb/xcb.h>
 
-#include <algorithm>
 #include <cstdlib>
 
 namespace pelorin {
 namespace {
-
-const QString id = QStringLiteral("a");
-const QString allow = QStringLiteral("Allow");
-const QString reply = QStringLiteral("Reply");
-
-bool eventually(const std::function<bool()>& predicate) {
-    return QTest::qWaitFor(predicate, 15'000);
-}
 
 /// Runs a tool while this program keeps answering the server. Returns what it printed.
 QString run(const QString& program, const QStringList& arguments) {
@@ -79,67 +68,20 @@ private:
     QString m_typed;
 };
 
-class PanelX11Test : public ::testing::Test {
+class PanelX11Test : public LivePanel {
 protected:
-    PanelX11Test() : dispatch(makeSystemDispatch()) {
-        controller = std::make_unique<NotchPanelController>(
-            store, settings, *dispatch, [this](const AskEvent&, const AskAction& action) { reports.append(action); });
+    PanelX11Test() {
         // Off the panel and its neighbours.
         xdotool({QStringLiteral("mousemove"), QStringLiteral("1270"), QStringLiteral("790")});
         xdotool({QStringLiteral("set_desktop"), QStringLiteral("0")});
     }
-
-    ~PanelX11Test() override {
-        controller->setSilenced(true);
-        eventually([this] { return controller->panel().phase() == NotchPanel::Phase::hidden; });
-    }
-
-    /// Puts the ask up and waits until it can be clicked.
-    void show(const AskEvent& ask) {
-        store.upsert(ask);
-        ASSERT_TRUE(eventually([&] { return isStill(); }));
-    }
-
-    /// Whether the panel is where it will stay, and can be clicked.
-    bool isStill() {
-        const QQuickItem& content = controller->hosting();
-        const QQuickItem* const button = control(allow);
-        return button && button->property("armed").toBool() && content.y() == 0 && content.opacity() == 1 &&
-               content.size() == QSizeF(controller->panel().frame().size()) &&
-               qCeil(content.implicitHeight()) == controller->panel().frame().height() &&
-               !isPolishScheduled(&controller->hosting());
-    }
-
-    static bool isPolishScheduled(QQuickItem* item) {
-        const QList<QQuickItem*> children = item->childItems();
-        return QQuickTest::qIsPolishScheduled(item) ||
-               std::any_of(children.begin(), children.end(), &PanelX11Test::isPolishScheduled);
-    }
-
-    AskEvent ask() const { return permissionAsk(id, dispatch->now()); }
-
-    static QQuickItem* find(QQuickItem* root, const QString& name) {
-        if (root->isVisible() &&
-            (root->property("name") == name || (name == reply && root->inherits("QQuickTextInput"))))
-            return root;
-        for (QQuickItem* child : root->childItems()) {
-            if (QQuickItem* const found = find(child, name))
-                return found;
-        }
-        return nullptr;
-    }
-    QQuickItem* control(const QString& name) { return find(&controller->hosting(), name); }
 
     void click(QPoint place) {
         xdotool({QStringLiteral("mousemove"), QString::number(place.x()), QString::number(place.y()),
                  QStringLiteral("click"), QStringLiteral("1")});
     }
 
-    void click(const QString& name) {
-        QQuickItem* const item = control(name);
-        ASSERT_NE(item, nullptr) << name.toStdString();
-        click(item->mapToGlobal({item->width() / 2, item->height() / 2}).toPoint());
-    }
+    void click(const QString& name) { click(placeOf(name)); }
 
     void type(const QString& text) {
         xdotool({QStringLiteral("type"), QStringLiteral("--delay"), QStringLiteral("2"), text});
@@ -150,16 +92,6 @@ protected:
     static QColor pixel(QPoint place) {
         return QGuiApplication::primaryScreen()->grabWindow(0, place.x(), place.y(), 1, 1).toImage().pixelColor(0, 0);
     }
-    QPoint insidePanel() { return controller->panel().frame().topLeft() + QPoint(6, 30); }
-    static bool isPanel(QColor colour) { return colour.lightness() < 40; }
-    static bool isOther(QColor colour) { return colour == QColor(255, 255, 0); }
-
-    MemoryUserDefaults defaults;
-    NotifierSettings settings{defaults};
-    AskStore store;
-    std::unique_ptr<Dispatch> dispatch;
-    QList<AskAction> reports;
-    std::unique_ptr<NotchPanelController> controller;
 };
 
 TEST_F(PanelX11Test, HangsFromTheMiddleOfTheTopEdge) {
@@ -259,9 +191,7 @@ TEST_F(PanelX11Test, LeavesItsCornersToACompositor) {
 class ReplyOnX11 : public PanelX11Test {
 protected:
     ReplyOnX11() {
-        show(withAnswers(ask(), {}));
-        controller->asks().setFold(id, AskListModel::Fold::expanded);
-        EXPECT_TRUE(eventually([&] { return control(reply) && isStill(); }));
+        showReplyField();
     }
 
     void startTyping() {
@@ -272,8 +202,6 @@ protected:
                        QString::number(controller->panel().winId());
         }));
     }
-
-    QString inField() { return control(reply)->property("text").toString(); }
 
     OtherWindow other;
 };

@@ -71,6 +71,7 @@ NotchPanel::NotchPanel(PanelPlatform& platform) : m_platform(platform) {
         if (m_phase != Phase::leaving)
             return;
         m_phase = Phase::hidden;
+        m_platform.retire(*this);
         hide();
         emit withdrawn();
     });
@@ -95,8 +96,10 @@ void NotchPanel::present(const PanelScreen& screen, const QRect& frame) {
         return;
     }
     raise();
-    if (before == frame)
+    if (before == frame) {
+        m_platform.place(*this);
         return;
+    }
     m_move.stop();
     if (!before.intersects(frame)) {
         // Another screen: there is no way there that a user would want to watch.
@@ -112,7 +115,7 @@ void NotchPanel::present(const PanelScreen& screen, const QRect& frame) {
 void NotchPanel::appear() {
     const bool isFadingOut = m_phase == Phase::leaving;
     m_phase = Phase::shown;
-    m_needsMask = !m_platform.isCompositing();
+    m_needsMask = !m_platform.isCompositing() || m_platform.isMaskForInputOnly();
     if (!m_needsMask)
         setMask({});
     const qreal opacity = isFadingOut && m_content ? m_content->opacity() : 0;
@@ -144,6 +147,8 @@ void NotchPanel::placeContent() {
 void NotchPanel::placeWindow(const QRect& geometry) {
     m_windowGeometry = geometry;
     setGeometry(geometry);
+    if (isVisible())
+        m_platform.place(*this);
 }
 
 void NotchPanel::maskCorners(const QRectF& visible) {

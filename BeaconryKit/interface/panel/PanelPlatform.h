@@ -18,8 +18,17 @@ public:
     /// Called before the window is shown, each time.
     virtual void prepare(QWindow& window) = 0;
 
+    /// Called after the window has got another geometry or screen while it is shown.
+    virtual void place(QWindow&) {}
+
+    /// Called before the window is hidden, each time.
+    virtual void retire(QWindow&) {}
+
     /// Whether transparent pixels of a window show what lies beneath. Without it they are black.
     virtual bool isCompositing() const = 0;
+
+    /// Whether a window's mask decides where it takes clicks, and cuts nothing off what is drawn.
+    virtual bool isMaskForInputOnly() const { return false; }
 
     /// Lets the window have the keyboard, and remembers who had it.
     virtual void takeKeys(QWindow& window) = 0;

@@ -1,0 +1,44 @@
+#include "BeaconryKit/interface/linux/DisplayChoice.h"
+
+#include <QtGlobal>
+
+namespace pelorin {
+
+namespace {
+
+constexpr const char* choiceVariable = "QT_QPA_PLATFORM";
+constexpr const char* inputMethodVariable = "QT_IM_MODULE";
+
+std::optional<WaylandOffer> askCompositor() {
+    // A connection that was handed down serves once: the toolkit needs it.
+    if (qEnvironmentVariableIsSet("WAYLAND_SOCKET"))
+        return WaylandOffer{.layerShell = false, .seat = true};
+    return askWaylandCompositor(waylandSocketPath(qgetenv("WAYLAND_DISPLAY"), qgetenv("XDG_RUNTIME_DIR")));
+}
+
+} // namespace
+
+QByteArrayList windowingSystems(bool offersX11, const std::optional<WaylandOffer>& wayland) {
+    QByteArrayList systems;
+    if (wayland && wayland->layerShell)
+        systems << "wayland";
+    if (offersX11)
+        systems << "xcb";
+    if (wayland && !wayland->layerShell)
+        systems << "wayland";
+    systems << "offscreen";
+    return systems;
+}
+
+void chooseWindowingSystem() {
+    // Without it the toolkit gives the panel's surface the role of a window, and a surface has only one in its life.
+    qputenv("QT_WAYLAND_USE_BYPASSWINDOWMANAGERHINT", "1");
+    const std::optional<WaylandOffer> wayland = askCompositor();
+    // The toolkit's input method for Wayland crashes where there is nothing to type with.
+    if (wayland && !wayland->seat && !qEnvironmentVariableIsSet(inputMethodVariable))
+        qputenv(inputMethodVariable, "compose");
+    if (!qEnvironmentVariableIsSet(choiceVariable))
+        qputenv(choiceVariable, windowingSystems(!qEnvironmentVariableIsEmpty("DISPLAY"), wayland).join(';'));
+}
+
+} // namespace pelorin

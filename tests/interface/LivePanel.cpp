@@ -71,7 +71,8 @@ QPoint LivePanel::placeOf(const QString& name) const {
         ADD_FAILURE() << "There is no " << name.toStdString();
         return {};
     }
-    return item->mapToGlobal({item->width() / 2, item->height() / 2}).toPoint();
+    // Not every windowing system tells a window where it is.
+    return controller->panel().frame().topLeft() + item->mapToScene({item->width() / 2, item->height() / 2}).toPoint();
 }
 
 } // namespace pelorin

@@ -1,12 +1,10 @@
+#include "tests/app/PanelPicture.h"
 #include "tests/app/RunningApplication.h"
 #include "tests/support/Patience.h"
 
-#include <QColor>
 #include <QFile>
 #include <QImage>
 #include <gmock/gmock.h>
-
-#include <optional>
 
 namespace pelorin {
 namespace {
@@ -49,29 +47,6 @@ private:
     std::string m_display;
     std::unique_ptr<TestProcess> m_windowManager;
 };
-
-/// The middle of what is coloured so, when enough of it is there to be a button.
-std::optional<QPoint> findButton(const QImage& picture, bool (*isOfTheButton)(const QColor&)) {
-    QPoint sum;
-    int count = 0;
-    for (int y = 0; y < 200; ++y) {
-        for (int x = 0; x < picture.width(); ++x) {
-            if (isOfTheButton(picture.pixelColor(x, y))) {
-                sum += QPoint(x, y);
-                ++count;
-            }
-        }
-    }
-    return count < 300 ? std::nullopt : std::optional(sum / count);
-}
-
-bool isAllowGreen(const QColor& colour) {
-    return colour.green() > 170 && colour.red() < 120 && colour.blue() < 160;
-}
-
-bool isDenyRed(const QColor& colour) {
-    return colour.red() > 200 && colour.green() < 120 && colour.blue() < 130;
-}
 
 struct Answer {
     const char* name;

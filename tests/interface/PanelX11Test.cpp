@@ -190,9 +190,7 @@ TEST_F(PanelX11Test, LeavesItsCornersToACompositor) {
 
 class ReplyOnX11 : public PanelX11Test {
 protected:
-    ReplyOnX11() {
-        showReplyField();
-    }
+    ReplyOnX11() { showReplyField(); }
 
     void startTyping() {
         click(reply);

@@ -1,7 +1,6 @@
 #include "BeaconryKit/interface/linux/WaylandCompositor.h"
 
 #include <QDeadlineTimer>
-#include <wayland-client.h>
 
 #include <cerrno>
 #include <cstdint>
@@ -12,6 +11,7 @@
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <unistd.h>
+#include <wayland-client.h>
 
 namespace pelorin {
 
@@ -34,8 +34,8 @@ void note(void* data, wl_registry*, std::uint32_t, const char* interface, std::u
     offer.seat = offer.seat || name == "wl_seat";
 }
 
-const wl_registry_listener registryListener{.global = note,
-                                            .global_remove = [](void*, wl_registry*, std::uint32_t) {}};
+const wl_registry_listener registryListener{.global = note, .global_remove = [](void*, wl_registry*, std::uint32_t) {
+                                            }};
 
 const wl_callback_listener endListener{.done = [](void* data, wl_callback*, std::uint32_t) {
     static_cast<Answer*>(data)->isComplete = true;

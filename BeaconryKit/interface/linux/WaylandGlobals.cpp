@@ -1,11 +1,10 @@
 #include "BeaconryKit/interface/linux/WaylandGlobals.h"
 
-#include <wayland-client.h>
-
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
 #include <memory>
+#include <wayland-client.h>
 
 namespace pelorin {
 
@@ -25,7 +24,8 @@ void bindIfWanted(void* data, wl_registry* registry, std::uint32_t name, const c
 }
 
 const wl_registry_listener bindingListener{.global = bindIfWanted,
-                                           .global_remove = [](void*, wl_registry*, std::uint32_t) {}};
+                                           .global_remove = [](void*, wl_registry*, std::uint32_t) {
+                                           }};
 
 } // namespace
 

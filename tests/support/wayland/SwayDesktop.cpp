@@ -5,7 +5,7 @@
 
 #include <QFile>
 #include <QJsonArray>
-#include <QJsonObject>
+#include <QJsonDocument>
 #include <gtest/gtest.h>
 
 #include <functional>
@@ -20,16 +20,16 @@ namespace {
 constexpr uid_t nobody = 65534;
 constexpr const char* socketName = "wayland-1";
 
-QString focusedTitleIn(const QJsonObject& node) {
-    if (node.value("focused").toBool())
-        return node.value("type").toString() == "con" ? node.value("name").toString() : QString();
+/// The windows below a node of the compositor's tree.
+QList<QJsonObject> windowsIn(const QJsonObject& node) {
+    if (node.contains("pid"))
+        return {node};
+    QList<QJsonObject> windows;
     for (const char* kind : {"nodes", "floating_nodes"}) {
-        for (const QJsonValue& child : node.value(QLatin1String(kind)).toArray()) {
-            if (QString title = focusedTitleIn(child.toObject()); !title.isEmpty())
-                return title;
-        }
+        for (const QJsonValue& child : node.value(QLatin1String(kind)).toArray())
+            windows.append(windowsIn(child.toObject()));
     }
-    return {};
+    return windows;
 }
 
 } // namespace
@@ -42,8 +42,9 @@ SwayDesktop::SwayDesktop(Equipment equipment) : m_equipment(equipment) {
                         "xwayland disable\n");
     configuration.close();
     EXPECT_TRUE(configuration.setPermissions(QFile::ReadOwner | QFile::ReadGroup | QFile::ReadOther));
-    if (::getuid() == 0)
+    if (::getuid() == 0) {
         EXPECT_EQ(::chown(m_folder.path().toUtf8().constData(), nobody, nobody), 0);
+    }
     start();
 }
 
@@ -62,8 +63,20 @@ void SwayDesktop::command(const std::string& text) const {
 }
 
 QString SwayDesktop::focusedTitle() const {
+    for (const QJsonObject& window : windows()) {
+        if (window.value("focused").toBool())
+            return window.value("name").toString();
+    }
+    return {};
+}
+
+int SwayDesktop::windowCount() const {
+    return static_cast<int>(windows().size());
+}
+
+QList<QJsonObject> SwayDesktop::windows() const {
     const std::string tree = run({"/usr/bin/swaymsg", "--raw", "--type", "get_tree"});
-    return focusedTitleIn(QJsonDocument::fromJson(QByteArray::fromStdString(tree)).object());
+    return windowsIn(QJsonDocument::fromJson(QByteArray::fromStdString(tree)).object());
 }
 
 void SwayDesktop::click(const QPoint& place) {
@@ -96,13 +109,17 @@ void SwayDesktop::restart() {
 }
 
 void SwayDesktop::start() {
-    m_compositor = TestProcess::start({.command = compositorCommand(), .environment = environment(),
+    m_compositor = TestProcess::start({.command = compositorCommand(),
+                                       .environment = environment(),
                                        .workingDirectory = m_folder.path().toStdString()});
+    const auto hasEnded = [this] {
+        return m_compositor->waitForExit(std::chrono::milliseconds(0)).has_value();
+    };
+    const auto hasSockets = [this] {
+        return QFile::exists(m_folder.filePath("ipc")) && QFile::exists(m_folder.filePath(socketName));
+    };
     // Its two sockets are there before it serves them; what follows waits for that.
-    m_isRunning = eventually([this] {
-        return QFile::exists(m_folder.filePath("ipc")) && QFile::exists(m_folder.filePath(socketName)) ||
-               m_compositor->waitForExit(std::chrono::milliseconds(0)).has_value();
-    }) && !m_compositor->waitForExit(std::chrono::milliseconds(0)).has_value();
+    m_isRunning = eventually([&] { return hasSockets() || hasEnded(); }) && !hasEnded();
     EXPECT_TRUE(m_isRunning) << "The compositor does not start: " << m_compositor->errors();
     if (m_isRunning && m_equipment == Equipment::pointerAndKeyboard)
         m_hands = std::make_unique<WaylandHands>(socketPath());
@@ -111,8 +128,7 @@ void SwayDesktop::start() {
 std::vector<std::string> SwayDesktop::compositorCommand() const {
     std::vector<std::string> command{"/usr/bin/sway", "--config", m_folder.filePath("config").toStdString()};
     if (::getuid() == 0) {
-        const std::vector<std::string> asNobody{"/usr/bin/setpriv", "--reuid=65534", "--regid=65534",
-                                                "--clear-groups"};
+        const std::vector<std::string> asNobody{"/usr/bin/setpriv", "--reuid=65534", "--regid=65534", "--clear-groups"};
         command.insert(command.begin(), asNobody.begin(), asNobody.end());
     }
     return command;

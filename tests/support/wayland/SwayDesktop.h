@@ -3,7 +3,8 @@
 #include "tests/support/TestProcess.h"
 
 #include <QImage>
-#include <QJsonDocument>
+#include <QJsonObject>
+#include <QList>
 #include <QPoint>
 #include <QTemporaryDir>
 
@@ -42,6 +43,9 @@ public:
     /// The title of the window that has the keyboard; empty when none has.
     QString focusedTitle() const;
 
+    /// How many windows there are on all workspaces.
+    int windowCount() const;
+
     /// Presses the left button once at this place of the desktop.
     void click(const QPoint& place);
     /// Types letters of the Latin alphabet and blanks.
@@ -55,6 +59,7 @@ public:
     void restart();
 
 private:
+    QList<QJsonObject> windows() const;
     void start();
     std::vector<std::string> compositorCommand() const;
     std::vector<std::string> environment() const;

@@ -6,9 +6,10 @@
 #include <QPlatformSurfaceEvent>
 #include <QScreen>
 #include <QWindow>
-#include <layer-shell-client.h>
 #include <qpa/qplatformnativeinterface.h>
 #include <qpa/qplatformwindow.h>
+
+#include <layer-shell-client.h>
 #include <wayland-client.h>
 
 namespace pelorin {
@@ -28,7 +29,10 @@ wl_output* outputOf(const QWindow& window) {
 const zwlr_layer_surface_v1_listener placeListener{
     .configure = [](void* platform, zwlr_layer_surface_v1*, std::uint32_t serial, std::uint32_t,
                     std::uint32_t) { static_cast<WaylandPanelPlatform*>(platform)->configure(serial); },
-    .closed = [](void* platform, zwlr_layer_surface_v1*) { static_cast<WaylandPanelPlatform*>(platform)->close(); }};
+    .closed =
+        [](void* platform, zwlr_layer_surface_v1*) {
+            static_cast<WaylandPanelPlatform*>(platform)->close();
+        }};
 
 } // namespace
 
@@ -119,9 +123,8 @@ void WaylandPanelPlatform::configure(std::uint32_t serial) {
 
 bool WaylandPanelPlatform::eventFilter(QObject* watched, QEvent* event) {
     // The place must go before its surface does, whatever makes that go.
-    if (event->type() == QEvent::PlatformSurface &&
-        static_cast<QPlatformSurfaceEvent*>(event)->surfaceEventType() ==
-            QPlatformSurfaceEvent::SurfaceAboutToBeDestroyed)
+    if (event->type() == QEvent::PlatformSurface && static_cast<QPlatformSurfaceEvent*>(event)->surfaceEventType() ==
+                                                        QPlatformSurfaceEvent::SurfaceAboutToBeDestroyed)
         dropPlace();
     return QObject::eventFilter(watched, event);
 }

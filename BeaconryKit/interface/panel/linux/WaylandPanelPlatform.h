@@ -15,8 +15,8 @@ struct zwlr_layer_surface_v1;
 
 namespace pelorin {
 
-/// The panel on a Wayland compositor that has a layer shell: the window is a surface of the overlay layer, hung from the
-/// top edge of its output, over bars and full-screen windows, on all workspaces, and off the keyboard.
+/// The panel on a Wayland compositor that has a layer shell: the window is a surface of the overlay layer, hung from
+/// the top edge of its output, over bars and full-screen windows, on all workspaces, and off the keyboard.
 ///
 /// A surface gets such a place only once in its life, so each time it is shown, or goes to another output, the window
 /// gets a new one. Main thread.

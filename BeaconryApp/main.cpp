@@ -2,6 +2,7 @@
 #include "BeaconryApp/CommandLine.h"
 #include "BeaconryApp/InstanceChannel.h"
 
+#include "BeaconryKit/interface/linux/CompositorLoss.h"
 #include "BeaconryKit/interface/linux/DisplayChoice.h"
 #include "BeaconryKit/platform/DescriptorLimit.h"
 #include "BeaconryKit/platform/WindowRaiser.h"
@@ -46,7 +47,10 @@ int main(int argc, char** argv) {
 
     const bool platformWasChosenByUser = qEnvironmentVariableIsSet("QT_QPA_PLATFORM");
 #if defined(Q_OS_LINUX)
+    if (pelorin::hasLostCompositorForGood())
+        return 1;
     pelorin::chooseWindowingSystem();
+    pelorin::startAgainWhenCompositorGoes(argv);
 #endif
     // The panel is small and still most of the time: drawing it in software costs a third of a GPU context's memory.
     QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);

@@ -1,5 +1,6 @@
 #include "tests/app/PanelPicture.h"
 #include "tests/app/RunningApplication.h"
+#include "tests/support/Eventually.h"
 #include "tests/support/Patience.h"
 #include "tests/support/wayland/SwayDesktop.h"
 
@@ -10,6 +11,10 @@ namespace {
 
 std::vector<std::string> onDesktop(const SwayDesktop& desktop) {
     return {"WAYLAND_DISPLAY=" + desktop.socketPath()};
+}
+
+bool waitForButton(const SwayDesktop& desktop) {
+    return eventually([&] { return findButton(desktop.picture(), isAllowGreen).has_value(); });
 }
 
 TEST(OnAWaylandDesktop, AClickEndsTheWaitingHookWithTheAnswer) {
@@ -36,14 +41,26 @@ TEST(OnAWaylandDesktop, TheProgramStartsWhereThereIsNothingToTypeWith) {
     RunningApplication application({}, RunningApplication::Screen::none, {}, onDesktop(desktop));
     const auto hook = application.startHook("claude-permission-hook.sh", capturedPayload("PermissionRequest.Bash"));
     ASSERT_TRUE(application.waitForPendingAsks(1));
-    const WaitLimit limit(patience);
-    auto button = findButton(desktop.picture(), isAllowGreen);
-    while (!button && limit.remainingMilliseconds() > 0)
-        button = findButton(desktop.picture(), isAllowGreen);
-    EXPECT_TRUE(button.has_value()) << "There is no panel.";
+    EXPECT_TRUE(waitForButton(desktop)) << "There is no panel.";
 }
 
-TEST(OnAWaylandDesktop, TheProgramEndsWithTheCompositorAndLetsGoOfTheHook) {
+TEST(OnAWaylandDesktop, TheProgramComesBackWithTheCompositor) {
+    SwayDesktop desktop;
+    RunningApplication application({}, RunningApplication::Screen::none, {}, onDesktop(desktop));
+    const auto abandoned =
+        application.startHook("claude-permission-hook.sh", capturedPayload("PermissionRequest.Bash"));
+    ASSERT_TRUE(application.waitForPendingAsks(1));
+    desktop.crash();
+    EXPECT_EQ(abandoned->waitForExit(), exited(0));
+    EXPECT_EQ(abandoned->output(), "");
+    desktop.restart();
+    ASSERT_TRUE(application.waitForPendingAsks(0));
+    const auto hook = application.startHook("claude-permission-hook.sh", capturedPayload("PermissionRequest.Bash"));
+    ASSERT_TRUE(application.waitForPendingAsks(1));
+    EXPECT_TRUE(waitForButton(desktop)) << "There is no panel.";
+}
+
+TEST(OnAWaylandDesktop, TheProgramEndsWithACompositorThatStaysAway) {
     SwayDesktop desktop;
     RunningApplication application({}, RunningApplication::Screen::none, {}, onDesktop(desktop));
     const auto hook = application.startHook("claude-permission-hook.sh", capturedPayload("PermissionRequest.Bash"));

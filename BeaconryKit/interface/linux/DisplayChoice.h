@@ -17,4 +17,11 @@ QByteArrayList windowingSystems(bool offersX11, const std::optional<WaylandOffer
 /// is made, and before there are other threads. A choice that the user has made in the environment is kept.
 void chooseWindowingSystem();
 
+/// Takes back what the choice has put into the environment. To be called at the process's end.
+void forgetChosenWindowingSystem();
+
+/// What the compositor that the environment names has to offer; nothing when there is none. Waits for it, but not for
+/// ever.
+std::optional<WaylandOffer> askForCompositor();
+
 } // namespace pelorin

@@ -37,7 +37,7 @@ LivePanel::~LivePanel() {
     eventually([this] { return controller->panel().phase() == NotchPanel::Phase::hidden; });
 }
 
-bool LivePanel::eventually(const std::function<bool()>& condition) {
+bool eventually(const std::function<bool()>& condition) {
     return QTest::qWaitFor(condition, 15'000);
 }
 

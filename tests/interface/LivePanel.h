@@ -15,6 +15,9 @@
 
 namespace pelorin {
 
+/// Waits until it is so while events are handled; false when it never is.
+bool eventually(const std::function<bool()>& condition);
+
 /// The panel of a store on a real windowing system, with real time. The tests' main() makes the application object.
 class LivePanel : public ::testing::Test {
 protected:
@@ -24,9 +27,6 @@ protected:
     static inline const QString id = QStringLiteral("a");
     static inline const QString allow = QStringLiteral("Allow");
     static inline const QString reply = QStringLiteral("Reply");
-
-    /// Waits until it is so while events are handled; false when it never is.
-    static bool eventually(const std::function<bool()>& condition);
 
     /// Puts the ask up and waits until it can be clicked.
     void show(const AskEvent& ask);

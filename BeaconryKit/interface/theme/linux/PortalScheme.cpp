@@ -24,6 +24,8 @@ PortalScheme::PortalScheme(const QDBusConnection& bus) {
     QDBusConnection connection = bus;
     if (!connection.isConnected())
         return;
+    // Slots are found by the names of their parameters' types, and nothing else may have named this one yet.
+    qRegisterMetaType<QDBusVariant>();
     connection.connect(service, path, interface, QStringLiteral("SettingChanged"), this,
                        SLOT(settingChanged(QString, QString, QDBusVariant)));
     QDBusMessage read = QDBusMessage::createMethodCall(service, path, interface, QStringLiteral("Read"));
@@ -32,14 +34,17 @@ PortalScheme::PortalScheme(const QDBusConnection& bus) {
     connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, watcher] {
         watcher->deleteLater();
         const QDBusPendingReply<QVariant> reply = *watcher;
-        if (!reply.isError())
+        // The toolkit may hand over a change before the older reply.
+        if (!reply.isError() && !m_wasTold)
             take(reply.value());
     });
 }
 
 void PortalScheme::settingChanged(const QString& group, const QString& key, const QDBusVariant& value) {
-    if (group == appearance && key == colorScheme)
-        take(value.variant());
+    if (group != appearance || key != colorScheme)
+        return;
+    m_wasTold = true;
+    take(value.variant());
 }
 
 void PortalScheme::take(const QVariant& value) {

@@ -21,6 +21,9 @@ private slots:
 
 private:
     void take(const QVariant& value);
+
+    // Whether a change has been announced.
+    bool m_wasTold = false;
 };
 
 } // namespace pelorin

@@ -34,6 +34,20 @@ public:
         run({"/usr/bin/xdotool", "mousemove", std::to_string(place.x()), std::to_string(place.y()), "click", "1"});
     }
 
+    void pressKey(const std::string& key) const { run({"/usr/bin/xdotool", "key", key}); }
+
+    /// Waits until the manager window is on the screen, or is not.
+    bool waitForManager(bool isShown) const {
+        const WaitLimit limit(patience);
+        const std::vector<std::string> search{"/usr/bin/xdotool", "search", "--onlyvisible", "--name",
+                                              "^AI Session Manager$"};
+        while (runProgram(search, environment()).output.empty() == isShown) {
+            if (limit.remainingMilliseconds() == 0)
+                return false;
+        }
+        return true;
+    }
+
 private:
     std::vector<std::string> environment() const {
         return {"DISPLAY=" + m_display, "PATH=/usr/bin:/bin", "HOME=" + m_folder.path().toStdString()};
@@ -86,6 +100,24 @@ INSTANTIATE_TEST_SUITE_P(
                R"({"hookSpecificOutput":{"hookEventName":"PermissionRequest","decision":{"behavior":"deny",)"
                R"("message":"Denied in Pelorin."}}})"}),
     [](const auto& test) { return test.param.name; });
+
+TEST(ManagerWindowOnADesktop, ComesForwardWhenTheProgramIsStartedAgain) {
+    const Desktop desktop;
+    const RunningApplication application({{"decisionWaitSeconds", 45}}, RunningApplication::Screen::x11,
+                                         desktop.display());
+    EXPECT_TRUE(desktop.waitForManager(false));
+    const auto asking = application.startAnotherCopy({"--manager"});
+    EXPECT_EQ(asking->waitForExit(), exited(0));
+    EXPECT_EQ(asking->output() + asking->errors(), "");
+    ASSERT_TRUE(desktop.waitForManager(true));
+
+    desktop.pressKey("Escape");
+    ASSERT_TRUE(desktop.waitForManager(false));
+    const auto copy = application.startAnotherCopy();
+    EXPECT_EQ(copy->waitForExit(), exited(1));
+    EXPECT_THAT(copy->errors(), ::testing::HasSubstr("Pelorin could not listen on port "));
+    EXPECT_TRUE(desktop.waitForManager(true));
+}
 
 } // namespace
 } // namespace pelorin

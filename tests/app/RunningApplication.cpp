@@ -77,8 +77,10 @@ std::vector<std::string> RunningApplication::environment() const {
     return variables;
 }
 
-std::unique_ptr<TestProcess> RunningApplication::startAnotherCopy() const {
-    return TestProcess::start({.command = {applicationPath}, .environment = environment()});
+std::unique_ptr<TestProcess> RunningApplication::startAnotherCopy(const std::vector<std::string>& arguments) const {
+    std::vector<std::string> command{applicationPath};
+    command.insert(command.end(), arguments.begin(), arguments.end());
+    return TestProcess::start({.command = command, .environment = environment()});
 }
 
 std::unique_ptr<TestProcess> RunningApplication::startHook(const std::string& script, const std::string& payload,

@@ -26,7 +26,7 @@ public:
     std::uint16_t port() const { return m_port; }
 
     /// A second copy on the same port and with the same home.
-    std::unique_ptr<TestProcess> startAnotherCopy() const;
+    std::unique_ptr<TestProcess> startAnotherCopy(const std::vector<std::string>& arguments = {}) const;
 
     /// Starts one of the hook scripts as a CLI does, with the payload on its input.
     std::unique_ptr<TestProcess> startHook(const std::string& script, const std::string& payload,

@@ -1,4 +1,5 @@
 #include "BeaconryApp/AppDelegate.h"
+#include "tests/app/ShownWindows.h"
 #include "tests/support/EventLoop.h"
 #include "tests/support/FakeHTTPTransport.h"
 #include "tests/support/FakeSocketTransport.h"
@@ -10,30 +11,11 @@
 #include "BeaconryKit/terminal/ProcessLauncher.h"
 #include "BeaconryKit/terminal/ProcessRunner.h"
 
-#include <QAccessible>
 #include <QFile>
-#include <QGuiApplication>
-#include <QQuickItem>
-#include <QQuickWindow>
-#include <QTest>
 #include <gmock/gmock.h>
 
 namespace pelorin {
 namespace {
-
-/// The visible item below `root` that bears the accessible name.
-QQuickItem* findItem(QQuickItem* root, const QString& name) {
-    if (!root->isVisible())
-        return nullptr;
-    QAccessibleInterface* const accessible = QAccessible::queryAccessibleInterface(root);
-    if (accessible && accessible->text(QAccessible::Name) == name)
-        return root;
-    for (QQuickItem* child : root->childItems()) {
-        if (QQuickItem* const found = findItem(child, name))
-            return found;
-    }
-    return nullptr;
-}
 
 /// The whole application with its panel, a real tmux with a program that asks in one of its panes, and the real hook
 /// that announces it.
@@ -67,28 +49,6 @@ protected:
         return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : QString();
     }
 
-    QQuickItem* control(const QString& name) {
-        for (QWindow* window : QGuiApplication::allWindows()) {
-            auto* const panel = qobject_cast<QQuickWindow*>(window);
-            if (QQuickItem* const item = panel ? findItem(panel->contentItem(), name) : nullptr)
-                return item;
-        }
-        return nullptr;
-    }
-    /// Clicks the control, again and again while the panel settles, until the click has had its effect.
-    template <class Condition>
-    bool clickUntil(const QString& name, Condition isDone) {
-        return eventually([&] {
-            if (isDone())
-                return true;
-            if (QQuickItem* const item = control(name)) {
-                const QPoint middle = item->mapToScene({item->width() / 2, item->height() / 2}).toPoint();
-                QTest::mouseClick(item->window(), Qt::LeftButton, {}, middle);
-            }
-            return isDone();
-        });
-    }
-
     TmuxServer tmux;
     QString pane;
     const std::unique_ptr<Dispatch> dispatch = makeSystemDispatch();
@@ -112,12 +72,12 @@ TEST_F(TerminalRoad, TheQuestionUnfoldsAndAPickReachesThePane) {
     const auto isUnfolded = [&] {
         return delegate.store().asks().at(0)->options.size() == 3;
     };
-    ASSERT_TRUE(clickUntil("Show details", isUnfolded));
+    ASSERT_TRUE(clickUntil(panelTitle, "Show details", isUnfolded));
     EXPECT_THAT(delegate.store().asks().at(0)->detail.toStdString(), ::testing::HasSubstr("Do you want to proceed?"));
     const auto isGone = [&] {
         return delegate.store().asks().isEmpty();
     };
-    ASSERT_TRUE(clickUntil("Yes, and don't ask again", isGone));
+    ASSERT_TRUE(clickUntil(panelTitle, "Yes, and don't ask again", isGone));
     EXPECT_TRUE(eventually([&] { return answered() == "2\n"; })) << answered().toStdString();
 }
 
@@ -126,7 +86,7 @@ TEST_F(TerminalRoad, JumpChoosesTheWindow) {
         return tmux.run({"display-message", "-p", "-t", "work", "#{pane_id}"});
     };
     ASSERT_NE(current(), pane);
-    EXPECT_TRUE(clickUntil("Jump", [&] { return delegate.store().asks().isEmpty(); }));
+    EXPECT_TRUE(clickUntil(panelTitle, "Jump", [&] { return delegate.store().asks().isEmpty(); }));
     EXPECT_TRUE(eventually([&] { return current() == pane; }));
 }
 

@@ -76,6 +76,32 @@ void measureStart(const char* name, const std::vector<std::string>& environment)
                 static_cast<double>(program.residentBytes()) / static_cast<double>(emptyProgram.residentBytes()));
 }
 
+/// What the manager window adds while it is shown, and whether anything moves while nothing is shown.
+void measureManager() {
+    const std::vector<std::string> environment{portVariable, "QT_QPA_PLATFORM=offscreen"};
+    const double megabyte = 1024.0 * 1024.0;
+    const auto residentMegabytes = [&](const std::vector<std::string>& arguments) {
+        const Program program(arguments, environment);
+        waitUntilListening(Clock::now());
+        std::this_thread::sleep_for(std::chrono::seconds(2));
+        return static_cast<double>(program.residentBytes()) / megabyte;
+    };
+    const double closed = residentMegabytes({pelorinPath});
+    const double shown = residentMegabytes({pelorinPath, "--manager"});
+    std::printf(
+        "manager window:        resident %5.1f MB while it is shown, %5.1f MB as long as it was not (ratio %.2f)\n",
+        shown, closed, shown / closed);
+
+    const Program program({pelorinPath}, environment);
+    waitUntilListening(Clock::now());
+    std::this_thread::sleep_for(std::chrono::seconds(2));
+    constexpr int idleSeconds = 20;
+    const long before = program.mainThreadSleeps();
+    std::this_thread::sleep_for(std::chrono::seconds(idleSeconds));
+    std::printf("idle:                  the main thread woke %ld times in %d seconds\n",
+                program.mainThreadSleeps() - before, idleSeconds);
+}
+
 std::vector<double> statusLatencies(int count) {
     std::vector<double> latencies;
     for (int index = 0; index < count; ++index) {
@@ -126,6 +152,7 @@ int main() {
     setrlimit(RLIMIT_NOFILE, &limit);
     measureStart("with a panel:", {portVariable, "QT_QPA_PLATFORM=offscreen"});
     measureStart("without a display:", {portVariable});
+    measureManager();
     measureParked("without a display:", {portVariable});
     measureParked("with a panel:", {portVariable, "QT_QPA_PLATFORM=offscreen"});
     return 0;

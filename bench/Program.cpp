@@ -53,6 +53,16 @@ long Program::residentBytes() const {
     return resident * sysconf(_SC_PAGESIZE);
 }
 
+long Program::mainThreadSleeps() const {
+    std::ifstream status("/proc/" + std::to_string(m_process) + "/status");
+    const std::string key = "voluntary_ctxt_switches:";
+    for (std::string line; std::getline(status, line);) {
+        if (line.starts_with(key))
+            return std::stol(line.substr(key.size()));
+    }
+    return 0;
+}
+
 long Program::processorTicks() const {
     std::ifstream stat("/proc/" + std::to_string(m_process) + "/stat");
     std::string text;

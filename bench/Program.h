@@ -19,6 +19,9 @@ public:
     /// Bytes of memory that it has resident.
     long residentBytes() const;
 
+    /// How often its main thread has gone to sleep so far: each time it had been woken for something.
+    long mainThreadSleeps() const;
+
     /// Processor time that it has used so far, in clock ticks.
     long processorTicks() const;
 

@@ -114,7 +114,8 @@ export const Pelorin = async ({ client, directory }) => {
   function stopWaiting(requestID) {
     const wait = waiting.get(requestID)
     waiting.delete(requestID)
-    wait?.child?.kill("SIGTERM")
+    // A child that could not be started has no id yet a handle, whose signal would go to opencode's own group.
+    if (wait?.child?.pid) wait.child.kill("SIGTERM")
   }
 
   function stopWaitingFor(sessionID) {

@@ -37,7 +37,8 @@ std::unique_ptr<TestProcess> startHook(const std::vector<std::string>& command, 
 std::unique_ptr<TestProcess> runHook(const std::vector<std::string>& command, const std::string& payload,
                                      std::uint16_t port, const std::vector<std::string>& environment) {
     auto hook = startHook(command, port, environment);
-    EXPECT_TRUE(hook->writeInput(payload));
+    // A hook may end without reading.
+    (void)hook->writeInput(payload);
     hook->closeInput();
     return hook;
 }

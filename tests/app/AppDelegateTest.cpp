@@ -16,9 +16,9 @@ protected:
     bool isFocused() const {
         const QList<QStringList> commands{{"/usr/bin/env", "tmux", "select-window", "-t", "%3"},
                                           {"/usr/bin/env", "tmux", "select-pane", "-t", "%3"}};
-        return launcher.launches == commands && raiser.raised == QStringList("/dev/pts/7");
+        return launcher.starts == commands && raiser.devices == QStringList("/dev/pts/7");
     }
-    bool isLeftAlone() const { return launcher.launches.isEmpty() && raiser.raised.isEmpty(); }
+    bool isLeftAlone() const { return launcher.starts.isEmpty() && raiser.devices.isEmpty(); }
 };
 
 TEST_F(AppDelegateTest, AnswersTheWaitingHookAndWithdrawsTheRow) {
@@ -45,8 +45,8 @@ TEST_F(AppDelegateTest, OpenHandsTheQuestionBackAndShowsTheTerminal) {
 
 TEST_F(AppDelegateTest, AHookThatWaitsNoLongerLeavesTheAnswerToTheTerminal) {
     for (const AskAction& action : {AskAction::allow(), AskAction::deny()}) {
-        launcher.launches.clear();
-        raiser.raised.clear();
+        launcher.starts.clear();
+        raiser.devices.clear();
         delegate.handle(row("gone"), action);
         EXPECT_TRUE(isFocused());
         EXPECT_THAT(shownIds(), IsEmpty());
@@ -84,7 +84,7 @@ TEST_F(AppDelegateTest, AnAnswerThatNeedsTheTerminalShowsItAndKeepsTheRow) {
     delegate.handle(ask, AskAction::option(0));
     delegate.handle(ask, AskAction::text("yes"));
     EXPECT_THAT(runner.runs, IsEmpty());
-    EXPECT_EQ(raiser.raised, QStringList({"/dev/pts/7", "/dev/pts/7"}));
+    EXPECT_EQ(raiser.devices, QStringList({"/dev/pts/7", "/dev/pts/7"}));
     EXPECT_EQ(shownIds(), QStringList("session"));
 }
 

@@ -6,33 +6,14 @@
 #include "tests/support/FakeStatusItem.h"
 #include "tests/support/ManualDispatch.h"
 #include "tests/support/MemoryUserDefaults.h"
+#include "tests/support/RecordingLauncher.h"
+#include "tests/support/RecordingRaiser.h"
 #include "tests/support/RecordingRunner.h"
-
-#include "BeaconryKit/platform/WindowRaiser.h"
-#include "BeaconryKit/terminal/CommandLauncher.h"
 
 #include <QCoreApplication>
 #include <gmock/gmock.h>
 
 namespace pelorin {
-
-/// Notes the commands that it is to start, the path first.
-class RecordingLauncher final : public CommandLauncher {
-public:
-    void start(const QString& path, const QStringList& arguments) override {
-        launches.append(QStringList(path) + arguments);
-    }
-
-    QList<QStringList> launches;
-};
-
-/// Notes the terminals whose windows it is to raise.
-class RecordingRaiser final : public WindowRaiser {
-public:
-    void raise(const QString& ttyDevicePath) override { raised.append(ttyDevicePath); }
-
-    QStringList raised;
-};
 
 /// The whole application without a screen, on a manual clock and without a network.
 class DelegateFixture : public ::testing::Test {

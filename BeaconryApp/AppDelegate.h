@@ -1,11 +1,11 @@
 #pragma once
 
 #include "BeaconryApp/PhoneShell.h"
-#include "BeaconryApp/StatusMenu.h"
 
 #include "BeaconryKit/interface/manager/ManagerWindowController.h"
 #include "BeaconryKit/interface/panel/NotchPanelController.h"
 #include "BeaconryKit/interface/status/StatusItem.h"
+#include "BeaconryKit/interface/status/StatusMenu.h"
 #include "BeaconryKit/model/AskAction.h"
 #include "BeaconryKit/platform/Debouncer.h"
 #include "BeaconryKit/platform/Dispatch.h"

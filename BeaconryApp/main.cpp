@@ -2,8 +2,8 @@
 #include "BeaconryApp/CommandLine.h"
 #include "BeaconryApp/InstanceChannel.h"
 
-#include "BeaconryKit/interface/linux/CompositorLoss.h"
-#include "BeaconryKit/interface/linux/DisplayChoice.h"
+#include "BeaconryKit/interface/wayland/CompositorLoss.h"
+#include "BeaconryKit/interface/wayland/DisplayChoice.h"
 #include "BeaconryKit/platform/DescriptorLimit.h"
 #include "BeaconryKit/platform/WindowRaiser.h"
 #include "BeaconryKit/relay/NetworkTransport.h"

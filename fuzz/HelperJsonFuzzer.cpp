@@ -2,13 +2,13 @@
 // whatever comes in, it must cut the input into objects in one way only, and hand on nothing that another reader of
 // JSON could stumble over.
 
-#include "hooks/helper/CliAdapter.h"
-#include "hooks/helper/HookPost.h"
-#include "hooks/helper/HttpExchange.h"
-#include "hooks/helper/JsonText.h"
-#include "hooks/helper/ObjectScanner.h"
-#include "hooks/helper/ProcessTerminal.h"
-#include "hooks/helper/ServicePort.h"
+#include "BeaconryBase/JsonText.h"
+#include "BeaconryBase/ObjectScanner.h"
+#include "BeaconryBase/ServicePort.h"
+#include "BeaconryHook/CliAdapter.h"
+#include "BeaconryHook/HookPost.h"
+#include "BeaconryHook/HttpExchange.h"
+#include "BeaconryHook/ProcessTerminal.h"
 
 #include <cstdint>
 #include <cstdlib>

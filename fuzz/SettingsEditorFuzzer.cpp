@@ -1,6 +1,6 @@
-#include "hooks/helper/JsonText.h"
-#include "hooks/setup/SettingsEdit.h"
-#include "hooks/setup/StrictJson.h"
+#include "BeaconryBase/JsonText.h"
+#include "BeaconrySetup/SettingsEdit.h"
+#include "BeaconrySetup/StrictJson.h"
 
 #include <cstdint>
 #include <cstdlib>

@@ -1,6 +1,6 @@
 #include "BeaconryApp/InstanceChannel.h"
 
-#include "BeaconryKit/platform/FileDescriptor.h"
+#include "BeaconryBase/FileDescriptor.h"
 
 #include <QLoggingCategory>
 #include <QSocketNotifier>

@@ -1,6 +1,7 @@
 #include "BeaconryKit/platform/ChildProcess.h"
 
-#include "BeaconryKit/platform/FileDescriptor.h"
+#include "BeaconryBase/FileDescriptor.h"
+
 #include "BeaconryKit/platform/ThreadName.h"
 
 #include <algorithm>

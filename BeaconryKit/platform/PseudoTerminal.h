@@ -1,6 +1,6 @@
 #pragma once
 
-#include "BeaconryKit/platform/FileDescriptor.h"
+#include "BeaconryBase/FileDescriptor.h"
 
 #include <cstdint>
 #include <optional>

@@ -1,7 +1,8 @@
 #pragma once
 
+#include "BeaconryBase/FileDescriptor.h"
+
 #include "BeaconryKit/platform/Dispatch.h"
-#include "BeaconryKit/platform/FileDescriptor.h"
 
 #include <memory>
 

@@ -1,7 +1,7 @@
 #include "BeaconryKit/sessions/NotifierSettings.h"
 
 #include "BeaconryKit/model/Blanks.h"
-#include "BeaconryKit/model/RelayDefaults.h"
+#include "BeaconryKit/sessions/RelayDefaults.h"
 
 #include <QLocale>
 

@@ -1,10 +1,10 @@
-#include "BeaconryApp/StatusMenu.h"
 #include "tests/support/EventLoop.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/MemoryUserDefaults.h"
 #include "tests/support/tray/StatusNotifierHost.h"
 #include "tests/support/tray/TestBus.h"
 
+#include "BeaconryKit/interface/status/StatusMenu.h"
 #include "BeaconryKit/interface/status/linux/StatusNotifierItem.h"
 #include "BeaconryKit/service/AskStore.h"
 #include "BeaconryKit/sessions/NotifierSettings.h"

@@ -1,5 +1,5 @@
-#include "tests/hooks/CapturedPayloads.h"
-#include "tests/hooks/HookProcess.h"
+#include "tests/hook/CapturedPayloads.h"
+#include "tests/hook/HookProcess.h"
 #include "tests/support/HookInstallation.h"
 
 #include "BeaconryKit/model/AskEvent.h"

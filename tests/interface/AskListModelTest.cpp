@@ -1,8 +1,8 @@
-#include "BeaconryKit/interface/panel/AskListModel.h"
+#include "BeaconryKit/interface/asks/AskListModel.h"
 
 #include "tests/interface/SampleAsks.h"
 
-#include "BeaconryKit/terminal/SourceStyle.h"
+#include "BeaconryKit/interface/asks/SourceStyle.h"
 
 #include <QAbstractItemModelTester>
 #include <QColor>

@@ -1,4 +1,4 @@
-#include "BeaconryKit/interface/panel/Countdown.h"
+#include "BeaconryKit/interface/asks/Countdown.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "BeaconryKit/interface/linux/DisplayChoice.h"
+#include "BeaconryKit/interface/wayland/DisplayChoice.h"
 
 #include <QTemporaryDir>
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-#include "BeaconryKit/interface/panel/DisplayText.h"
+#include "BeaconryKit/interface/asks/DisplayText.h"
 
 #include <gtest/gtest.h>
 

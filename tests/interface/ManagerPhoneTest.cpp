@@ -1,6 +1,6 @@
 #include "tests/interface/ManagerFixture.h"
 
-#include "BeaconryKit/model/RelayDefaults.h"
+#include "BeaconryKit/sessions/RelayDefaults.h"
 
 #include <QImage>
 #include <QJsonDocument>

@@ -3,8 +3,8 @@
 #include "BeaconryKit/model/Blanks.h"
 #include "BeaconryKit/model/Decision.h"
 #include "BeaconryKit/model/PathText.h"
-#include "BeaconryKit/model/RelayDefaults.h"
 #include "BeaconryKit/model/SessionInfo.h"
+#include "BeaconryKit/sessions/RelayDefaults.h"
 
 #include <gmock/gmock.h>
 

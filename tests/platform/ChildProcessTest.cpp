@@ -1,9 +1,9 @@
 #include "BeaconryKit/platform/ChildProcess.h"
 
+#include "BeaconryBase/FileDescriptor.h"
 #include "tests/support/Eventually.h"
 #include "tests/support/Processes.h"
 
-#include "BeaconryKit/platform/FileDescriptor.h"
 #include "BeaconryKit/platform/PseudoTerminal.h"
 
 #include <gmock/gmock.h>

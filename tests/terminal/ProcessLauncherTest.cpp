@@ -1,9 +1,8 @@
 #include "BeaconryKit/terminal/ProcessLauncher.h"
 
+#include "BeaconryBase/FileDescriptor.h"
 #include "tests/support/Eventually.h"
 #include "tests/support/Processes.h"
-
-#include "BeaconryKit/platform/FileDescriptor.h"
 
 #include <QFile>
 #include <QTemporaryDir>

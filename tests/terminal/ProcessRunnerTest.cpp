@@ -1,10 +1,9 @@
 #include "BeaconryKit/terminal/ProcessRunner.h"
 
+#include "BeaconryBase/FileDescriptor.h"
 #include "tests/support/Eventually.h"
 #include "tests/support/Processes.h"
 #include "tests/support/RecordingPrograms.h"
-
-#include "BeaconryKit/platform/FileDescriptor.h"
 
 #include <gmock/gmock.h>
 

@@ -1,6 +1,6 @@
 #include "BeaconryKit/interface/manager/HookSetup.h"
 
-#include "BeaconryKit/interface/panel/DisplayText.h"
+#include "BeaconryKit/interface/asks/DisplayText.h"
 
 #include <utility>
 

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "BeaconryKit/platform/Dispatch.h"
-#include "BeaconryKit/sessions/HookInstaller.h"
-#include "BeaconryKit/sessions/LaunchAgentControl.h"
+#include "BeaconryKit/setup/HookInstaller.h"
+#include "BeaconryKit/setup/LaunchAgentControl.h"
 
 #include <QObject>
 #include <QString>

@@ -1,10 +1,10 @@
 #pragma once
 
+#include "BeaconryKit/interface/asks/AskActions.h"
 #include "BeaconryKit/interface/manager/HookSetup.h"
 #include "BeaconryKit/interface/manager/PhoneSetup.h"
 #include "BeaconryKit/interface/manager/SessionListModel.h"
 #include "BeaconryKit/interface/manager/SettingsFacade.h"
-#include "BeaconryKit/interface/panel/AskActions.h"
 #include "BeaconryKit/service/SessionActions.h"
 #include "BeaconryKit/sessions/SessionRegistry.h"
 

@@ -1,7 +1,7 @@
 #pragma once
 
+#include "BeaconryKit/interface/asks/AskListKeeper.h"
 #include "BeaconryKit/interface/manager/HookSetup.h"
-#include "BeaconryKit/interface/panel/AskListKeeper.h"
 #include "BeaconryKit/platform/Dispatch.h"
 #include "BeaconryKit/relay/RelayClient.h"
 #include "BeaconryKit/relay/RelayProvisioner.h"

@@ -1,6 +1,6 @@
 #include "BeaconryKit/interface/manager/PhoneSetup.h"
 
-#include "BeaconryKit/interface/panel/DisplayText.h"
+#include "BeaconryKit/interface/asks/DisplayText.h"
 #include "BeaconryKit/relay/SetupLink.h"
 
 namespace pelorin {

@@ -1,6 +1,6 @@
 #include "BeaconryKit/interface/manager/QRCodeItem.h"
 
-#include "BeaconryKit/relay/QRCode.h"
+#include "BeaconryKit/interface/manager/QRCode.h"
 
 #include <QImage>
 #include <QPainter>

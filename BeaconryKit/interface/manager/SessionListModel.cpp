@@ -1,8 +1,8 @@
 #include "BeaconryKit/interface/manager/SessionListModel.h"
 
-#include "BeaconryKit/interface/panel/DisplayText.h"
-#include "BeaconryKit/interface/panel/DotColour.h"
-#include "BeaconryKit/terminal/SourceStyle.h"
+#include "BeaconryKit/interface/asks/DisplayText.h"
+#include "BeaconryKit/interface/asks/DotColour.h"
+#include "BeaconryKit/interface/asks/SourceStyle.h"
 
 #include <algorithm>
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "BeaconryKit/interface/panel/AskListKeeper.h"
-#include "BeaconryKit/interface/panel/AskListModel.h"
+#include "BeaconryKit/interface/asks/AskListKeeper.h"
+#include "BeaconryKit/interface/asks/AskListModel.h"
 #include "BeaconryKit/interface/panel/NotchPanel.h"
 #include "BeaconryKit/interface/panel/PanelFacade.h"
 #include "BeaconryKit/interface/panel/PanelPlatform.h"

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "BeaconryKit/interface/panel/AskActions.h"
+#include "BeaconryKit/interface/asks/AskActions.h"
 
 #include <QString>
 #include <QtQml/qqmlregistration.h>

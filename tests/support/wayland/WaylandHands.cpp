@@ -1,6 +1,6 @@
 #include "tests/support/wayland/WaylandHands.h"
 
-#include "BeaconryKit/interface/linux/WaylandGlobals.h"
+#include "BeaconryKit/interface/wayland/WaylandGlobals.h"
 
 #include <gtest/gtest.h>
 

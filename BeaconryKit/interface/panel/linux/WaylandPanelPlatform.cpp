@@ -1,6 +1,6 @@
 #include "BeaconryKit/interface/panel/linux/WaylandPanelPlatform.h"
 
-#include "BeaconryKit/interface/linux/WaylandGlobals.h"
+#include "BeaconryKit/interface/wayland/WaylandGlobals.h"
 
 #include <QGuiApplication>
 #include <QPlatformSurfaceEvent>

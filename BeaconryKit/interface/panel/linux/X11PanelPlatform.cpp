@@ -1,6 +1,6 @@
 #include "BeaconryKit/interface/panel/linux/X11PanelPlatform.h"
 
-#include "BeaconryKit/interface/X11Requests.h"
+#include "BeaconryKit/platform/linux/X11Requests.h"
 
 #include <QByteArray>
 #include <QWindow>

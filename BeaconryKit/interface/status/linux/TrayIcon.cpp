@@ -1,8 +1,8 @@
 #include "BeaconryKit/interface/status/linux/TrayIcon.h"
 
-#include "BeaconryKit/interface/X11Requests.h"
 #include "BeaconryKit/interface/status/linux/MenuPopup.h"
 #include "BeaconryKit/interface/status/linux/StatusPixmaps.h"
+#include "BeaconryKit/platform/linux/X11Requests.h"
 
 #include <QGuiApplication>
 #include <QImage>

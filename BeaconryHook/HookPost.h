@@ -1,0 +1,37 @@
+#pragma once
+
+#include "BeaconryHook/CliAdapter.h"
+#include "BeaconryHook/HookCall.h"
+#include "BeaconryHook/Payload.h"
+
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace pelorin::hook {
+
+/// The application drops requests of more bytes than this without a reply.
+inline constexpr std::size_t requestLimit = 1'000'000;
+
+/// What one call of the helper sends to the application.
+struct HookPost {
+    enum class Reply {
+        /// Nobody waits for it.
+        ignored,
+        /// It bears the decision that the CLI is waiting for.
+        awaited
+    };
+
+    std::string request;
+    Reply reply = Reply::ignored;
+};
+
+/// Plans the call's one post; nothing when there is nothing to send that the application would take. `adapter` is that
+/// of the CLI that has composed the payload, if it has one; `requestId` is used only for what becomes a permission
+/// request, `start` only for a session that begins.
+std::optional<HookPost> planPost(const HookCall& call, const CliAdapter* adapter, const Payload& payload,
+                                 const Surroundings& surroundings, std::string_view requestId,
+                                 const SessionStart& start);
+
+} // namespace pelorin::hook

@@ -1,0 +1,97 @@
+#include "BeaconryHook/Payload.h"
+
+#include "BeaconryBase/JsonText.h"
+
+#include <cstddef>
+#include <utility>
+
+namespace pelorin::hook {
+
+namespace {
+
+struct MemberEntry {
+    std::string_view name;
+    std::string_view Payload::*value;
+};
+
+constexpr MemberEntry forwardedMembers[] = {
+    {"session_id", &Payload::sessionId}, {"cwd", &Payload::cwd},
+    {"message", &Payload::message},      {"tool_name", &Payload::toolName},
+    {"tool_input", &Payload::toolInput}, {"notification_type", &Payload::notificationType},
+    {"agent_type", &Payload::agentType},
+};
+
+constexpr MemberEntry otherMembers[] = {
+    {"agent_id", &Payload::agentId},
+    {"hook_event_name", &Payload::eventName},
+};
+
+template <std::size_t count>
+void take(const JsonMember& member, const MemberEntry (&entries)[count], Payload& payload) {
+    for (const MemberEntry& entry : entries) {
+        if (jsonStringEquals(member.name, entry.name))
+            payload.*entry.value = member.value;
+    }
+}
+
+} // namespace
+
+Payload readPayload(std::string_view object) {
+    Payload payload;
+    JsonMemberReader members(object);
+    while (const auto member = members.next()) {
+        take(*member, forwardedMembers, payload);
+        take(*member, otherMembers, payload);
+    }
+    return payload;
+}
+
+BodyComposer::BodyComposer(const Payload& payload, const Surroundings& surroundings) {
+    for (const MemberEntry& entry : forwardedMembers)
+        addRaw(entry.name, payload.*entry.value);
+    addText("source", surroundings.source);
+    addText("tty", surroundings.tty);
+    addText("term_program", surroundings.terminalProgram);
+    addText("tmux_pane", surroundings.tmuxPane);
+    addText("wezterm_pane", surroundings.weztermPane);
+    addText("kitty_window_id", surroundings.kittyWindowId);
+}
+
+void BodyComposer::addRequestId(std::string_view requestId) {
+    addText("request_id", requestId);
+}
+
+void BodyComposer::addSessionStart(const SessionStart& start) {
+    addText("label", start.label);
+    if (start.isOptedIn)
+        addRaw("opt_in", "true");
+}
+
+std::string BodyComposer::take() {
+    m_body += '}';
+    return std::move(m_body);
+}
+
+void BodyComposer::addRaw(std::string_view name, std::string_view value) {
+    if (value.empty())
+        return;
+    addName(name);
+    appendRepaired(m_body, value);
+}
+
+void BodyComposer::addText(std::string_view name, std::string_view text) {
+    if (text.empty())
+        return;
+    addName(name);
+    appendJsonString(m_body, text);
+}
+
+void BodyComposer::addName(std::string_view name) {
+    if (m_body.size() > 1)
+        m_body += ',';
+    m_body += '"';
+    m_body += name;
+    m_body += "\":";
+}
+
+} // namespace pelorin::hook

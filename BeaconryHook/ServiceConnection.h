@@ -1,0 +1,42 @@
+#pragma once
+
+#include "BeaconryHook/Deadline.h"
+#include "BeaconryHook/HttpExchange.h"
+
+#include <cstdint>
+#include <optional>
+#include <string_view>
+
+namespace pelorin::hook {
+
+/// A connection to the application. Owns its descriptor.
+class ServiceConnection {
+public:
+    /// Connects to the port on the loopback interface; nothing when nobody listens there, or nobody answers by the
+    /// deadline.
+    static std::optional<ServiceConnection> open(std::uint16_t port, const Deadline& deadline);
+
+    ServiceConnection(ServiceConnection&& other) noexcept;
+    ServiceConnection& operator=(ServiceConnection&&) = delete;
+    ~ServiceConnection();
+
+    /// Hands all bytes to the system, which carries them on even when this process has ended, unless the connection is
+    /// reset then. False when they have not all been taken by the deadline.
+    bool send(std::string_view bytes, const Deadline& deadline);
+
+    /// From here on the connection is reset, and not merely closed, when this process ends, however it is ended: so the
+    /// application learns that nobody waits for its reply any more. A reply that has been received undoes this. To be
+    /// called before the request is sent: once the application has it, there must be no moment without this.
+    void resetUnlessAnswered();
+
+    /// Waits for the reply. Gives `ask` at the deadline, when the connection ends without a decision, and when whoever
+    /// reads the answer at the other end of `answerDescriptor` has gone.
+    Decision awaitDecision(int answerDescriptor, const Deadline& deadline);
+
+private:
+    explicit ServiceConnection(int descriptor) : m_descriptor(descriptor) {}
+
+    int m_descriptor;
+};
+
+} // namespace pelorin::hook

@@ -1,0 +1,120 @@
+#include "BeaconryKit/interface/asks/AskListKeeper.h"
+
+#include <QLoggingCategory>
+
+#include <algorithm>
+#include <utility>
+
+namespace pelorin {
+
+namespace {
+
+Q_LOGGING_CATEGORY(logAsks, "pelorin.asks", QtInfoMsg)
+
+template <class Operation>
+Task guarded(const std::shared_ptr<AskListKeeper*>& self, Operation operation) {
+    return [weak = std::weak_ptr(self), operation] {
+        if (const auto alive = weak.lock())
+            operation(**alive);
+    };
+}
+
+} // namespace
+
+AskListKeeper::AskListKeeper(AskStore& store, NotifierSettings& settings, Dispatch& dispatch, AskListModel& asks,
+                             AskActions& actions, AskActionHandler onAction)
+    : m_store(store),
+      m_settings(settings),
+      m_dispatch(dispatch),
+      m_asks(asks),
+      m_onAction(std::move(onAction)),
+      m_self(std::make_shared<AskListKeeper*>(this)) {
+    connect(&actions, &AskActions::acted, this, &AskListKeeper::report);
+    connect(&actions, &AskActions::rowPlaced, this, [this](const QString& askId, double place) {
+        m_asks.setPlace(askId, place, settledMoment());
+        scheduleArming();
+    });
+}
+
+void AskListKeeper::follow() {
+    m_asks.setCountdown(m_settings.decisionWaitSeconds(), m_dispatch.now());
+    m_asks.sync(m_store.asks(), settledMoment());
+    scheduleArming();
+    refreshCountdown();
+}
+
+void AskListKeeper::clear() {
+    m_asks.sync({}, settledMoment());
+    refreshCountdown();
+}
+
+void AskListKeeper::watch() {
+    if (std::exchange(m_isWatched, true))
+        return;
+    disarm();
+    m_asks.setCountdown(m_settings.decisionWaitSeconds(), m_dispatch.now());
+    refreshCountdown();
+}
+
+void AskListKeeper::unwatch() {
+    m_isWatched = false;
+    m_asks.disarmAll(AskListModel::Moment::max());
+    m_countdownTimer.reset();
+}
+
+void AskListKeeper::disarm() {
+    m_asks.disarmAll(settledMoment());
+    scheduleArming();
+}
+
+void AskListKeeper::report(const QString& askId, const AskAction& action) {
+    const AskRow seen = m_asks.ask(askId);
+    const AskList& asks = m_store.asks();
+    const auto current = std::ranges::find_if(asks, [&](const AskRow& row) { return row->id() == askId; });
+    // The row has been answered on this very turn, and the view does not know it yet.
+    if (!seen || current == asks.end()) {
+        qCDebug(logAsks) << "An action came too late for" << askId;
+        return;
+    }
+    if (std::holds_alternative<AskAction::Option>(action.value) && seen->options != (*current)->options) {
+        qCDebug(logAsks) << "The options are no longer those that were picked from:" << askId;
+        return;
+    }
+    // The handler may withdraw the row from the store, so it gets a copy.
+    m_onAction(AskEvent(**current), action);
+}
+
+void AskListKeeper::refreshCountdown() {
+    if (!m_isWatched || !m_asks.isCountingDown()) {
+        m_countdownTimer.reset();
+        return;
+    }
+    if (m_countdownTimer)
+        return;
+    m_countdownTimer = m_dispatch.mainQueue().every(countdownInterval, guarded(m_self, [](AskListKeeper& self) {
+                                                        self.m_asks.setCountdown(self.m_settings.decisionWaitSeconds(),
+                                                                                 self.m_dispatch.now());
+                                                        self.refreshCountdown();
+                                                    }));
+}
+
+void AskListKeeper::scheduleArming() {
+    if (!m_isWatched || m_isArmingScheduled)
+        return;
+    const auto now = m_dispatch.monotonicNow();
+    const auto next = m_asks.arm(now);
+    // Rows that nobody sees are never due.
+    if (!next || *next == AskListModel::Moment::max())
+        return;
+    m_isArmingScheduled = true;
+    m_dispatch.mainQueue().asyncAfter(*next - now, guarded(m_self, [](AskListKeeper& self) {
+        self.m_isArmingScheduled = false;
+        self.scheduleArming();
+    }));
+}
+
+AskListModel::Moment AskListKeeper::settledMoment() const {
+    return m_dispatch.monotonicNow() + settleTime;
+}
+
+} // namespace pelorin

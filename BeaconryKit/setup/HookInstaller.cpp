@@ -1,0 +1,126 @@
+#include "BeaconryKit/setup/HookInstaller.h"
+
+#include "BeaconryKit/platform/ResourceDirectory.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QStringDecoder>
+
+#include <algorithm>
+#include <array>
+
+namespace pelorin {
+
+namespace {
+
+constexpr QLatin1StringView installerName("/install-hooks.sh");
+constexpr QLatin1StringView uninstallerName("/uninstall-hooks.sh");
+constexpr QLatin1StringView scriptsFolder("/scripts");
+
+// The current directory and five ancestors.
+constexpr int examinedDirectories = 6;
+
+constexpr std::array<QByteArrayView, 5> hookScripts = {
+    "claude-permission-hook.sh", "claude-notify-hook.sh",     "claude-clear-hook.sh",
+    "claude-register-hook.sh",   "claude-unregister-hook.sh",
+};
+
+QString parentOf(const QString& directory) {
+    return directory.left(directory.lastIndexOf(u'/'));
+}
+
+bool isRoot(const QString& directory) {
+    return directory.isEmpty() || directory == u"/";
+}
+
+QString scriptIn(const QString& directory, QLatin1StringView name) {
+    const QString direct = directory + name;
+    return QFileInfo::exists(direct) ? direct : directory + scriptsFolder + name;
+}
+
+/// The text, or an empty one when the bytes are not UTF-8.
+QString decoded(const QByteArray& bytes) {
+    QStringDecoder decoder(QStringConverter::Utf8, QStringConverter::Flag::Stateless);
+    const QString text = decoder.decode(bytes);
+    return decoder.hasError() ? QString() : text;
+}
+
+} // namespace
+
+HookInstaller::Surroundings HookInstaller::Surroundings::ofProcess() {
+    return {.home = QDir::homePath(),
+            .resourceDirectory = pelorin::resourceDirectory(),
+            .currentDirectory = QDir::currentPath(),
+            .environment = processEnvironment()};
+}
+
+QString HookInstaller::scriptsDir(const Surroundings& surroundings) {
+    if (surroundings.resourceDirectory && QFileInfo::exists(*surroundings.resourceDirectory + installerName))
+        return *surroundings.resourceDirectory;
+    QString directory = surroundings.currentDirectory;
+    for (int count = 0; count < examinedDirectories && !isRoot(directory); ++count) {
+        if (QFileInfo::exists(directory + scriptsFolder + installerName))
+            return directory;
+        directory = parentOf(directory);
+    }
+    return surroundings.currentDirectory;
+}
+
+QString HookInstaller::hooksDir(const Surroundings& surroundings) {
+    return scriptsDir(surroundings) + QStringLiteral("/hooks");
+}
+
+QString HookInstaller::settingsPath(const Surroundings& surroundings) {
+    return surroundings.home + QStringLiteral("/.claude/settings.json");
+}
+
+QString HookInstaller::installerPath(const Surroundings& surroundings) {
+    return scriptIn(scriptsDir(surroundings), installerName);
+}
+
+QString HookInstaller::uninstallerPath(const Surroundings& surroundings) {
+    return scriptIn(scriptsDir(surroundings), uninstallerName);
+}
+
+bool HookInstaller::isInstalled(const Surroundings& surroundings) {
+    QFile file(settingsPath(surroundings));
+    if (!file.open(QIODevice::ReadOnly))
+        return false;
+    const QByteArray text = file.readAll();
+    const QJsonDocument document = QJsonDocument::fromJson(text);
+    if (!document.isObject() || !document.object().contains(QLatin1StringView("hooks")))
+        return false;
+    return std::any_of(hookScripts.begin(), hookScripts.end(),
+                       [&](QByteArrayView name) { return text.contains("/hooks/" + name.toByteArray()); });
+}
+
+std::optional<QString> HookInstaller::install(const Surroundings& surroundings) {
+    Environment environment = surroundings.environment;
+    environment["REPO"] = QFile::encodeName(scriptsDir(surroundings));
+    return run(installerPath(surroundings), QStringLiteral("installer"), environment, surroundings.shell);
+}
+
+std::optional<QString> HookInstaller::uninstall(const Surroundings& surroundings) {
+    return run(uninstallerPath(surroundings), QStringLiteral("uninstaller"), surroundings.environment,
+               surroundings.shell);
+}
+
+std::optional<QString> HookInstaller::run(const QString& path, const QString& name, const Environment& environment,
+                                          const QString& shell) {
+    if (!QFileInfo::exists(path))
+        return QStringLiteral("Couldn't find the %1 in the app bundle.").arg(name);
+    const auto outcome = runScript(QFile::encodeName(shell), {QFile::encodeName(path)}, environment);
+    if (!outcome)
+        return outcome.error();
+    if (outcome->status == 0)
+        return std::nullopt;
+    const QString output = decoded(outcome->output);
+    if (output.isEmpty())
+        return QStringLiteral("The %1 exited with code %2.").arg(name).arg(outcome->status);
+    return output.trimmed();
+}
+
+} // namespace pelorin

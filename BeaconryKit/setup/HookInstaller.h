@@ -1,0 +1,58 @@
+#pragma once
+
+#include "BeaconryKit/setup/ScriptRun.h"
+
+#include <QString>
+
+#include <optional>
+
+namespace pelorin {
+
+/// Finds the shipped scripts, tells whether Claude Code's settings hold the hooks, and runs the scripts that put them
+/// in and take them out. Keeps nothing. The operations may be called from any thread; those that run a script block it
+/// until the script has ended, and so belong on another one than the main thread.
+class HookInstaller {
+public:
+    /// What the operations go by.
+    struct Surroundings {
+        QString home;
+        /// Where what is shipped with the application is, if it runs as it is shipped.
+        std::optional<QString> resourceDirectory;
+        QString currentDirectory;
+        Environment environment;
+        QString shell = QStringLiteral("/bin/bash");
+
+        /// Those of this process.
+        static Surroundings ofProcess();
+    };
+
+    HookInstaller() = delete;
+
+    /// The directory that holds the scripts or, in a checkout, the folder of the scripts: the resource directory if the
+    /// installer is in it, else the nearest of the current directory and its first five ancestors that has one, else
+    /// the current directory.
+    static QString scriptsDir(const Surroundings& surroundings = Surroundings::ofProcess());
+
+    static QString hooksDir(const Surroundings& surroundings = Surroundings::ofProcess());
+
+    /// Claude Code's settings file.
+    static QString settingsPath(const Surroundings& surroundings = Surroundings::ofProcess());
+
+    /// The scripts; the paths are given whether or not something stands there.
+    static QString installerPath(const Surroundings& surroundings = Surroundings::ofProcess());
+    static QString uninstallerPath(const Surroundings& surroundings = Surroundings::ofProcess());
+
+    /// Whether the settings name one of the hook scripts. Settings that can't be read hold no hooks.
+    static bool isInstalled(const Surroundings& surroundings = Surroundings::ofProcess());
+
+    /// Nothing on success, else a message for the user.
+    static std::optional<QString> install(const Surroundings& surroundings = Surroundings::ofProcess());
+    static std::optional<QString> uninstall(const Surroundings& surroundings = Surroundings::ofProcess());
+
+    /// Runs the script with the shell, and with exactly this environment; `name` is what messages call it. Nothing on
+    /// success, else a message for the user: what the script has said, if it has said anything.
+    static std::optional<QString> run(const QString& path, const QString& name, const Environment& environment,
+                                      const QString& shell = QStringLiteral("/bin/bash"));
+};
+
+} // namespace pelorin

@@ -1,0 +1,41 @@
+#pragma once
+
+#include "BeaconryKit/setup/ScriptRun.h"
+
+#include <QString>
+
+#include <optional>
+
+namespace pelorin {
+
+/// Tells whether the application is set to start at login, and puts an end to that: by the user's launch agent on
+/// macOS, by the desktop's own autostart entry elsewhere. Keeps nothing. The operations may be called from any thread,
+/// which they may block for a while.
+class LaunchAgentControl {
+public:
+    /// What the operations go by.
+    struct Surroundings {
+        /// The file that makes the application start at login.
+        QString plistPath;
+        /// The program that has to stop what the file has started; nothing where there is none.
+        std::optional<QString> tool;
+        Environment environment;
+
+        /// Those of this process.
+        static Surroundings ofProcess();
+    };
+
+    LaunchAgentControl() = delete;
+
+    /// The file that makes the application start at login.
+    static QString plistPath(const Surroundings& surroundings = Surroundings::ofProcess());
+
+    /// Whether it exists.
+    static bool isInstalled(const Surroundings& surroundings = Surroundings::ofProcess());
+
+    /// Stops what the file has started, and removes the file. Nothing on success and when there is no such file, else a
+    /// message for the user.
+    static std::optional<QString> uninstall(const Surroundings& surroundings = Surroundings::ofProcess());
+};
+
+} // namespace pelorin

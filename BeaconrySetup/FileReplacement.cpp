@@ -1,0 +1,394 @@
+#include "BeaconrySetup/FileReplacement.h"
+
+#include "BeaconrySetup/Descriptor.h"
+
+#include <cerrno>
+#include <climits>
+#include <csignal>
+#include <cstdio>
+#include <cstring>
+#include <ctime>
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <vector>
+#ifdef __APPLE__
+#include <copyfile.h>
+#else
+#include <sys/xattr.h>
+#endif
+
+namespace pelorin::setup {
+
+namespace {
+
+constexpr int linkLimit = 40;
+constexpr int attemptLimit = 50;
+constexpr mode_t anyWrite = S_IWUSR | S_IWGRP | S_IWOTH;
+constexpr mode_t permissionBits = 07777;
+
+using Failure = tl::unexpected<std::string>;
+
+Failure failure(const std::string& path, const std::string& what) {
+    return Failure(path + ": " + what);
+}
+
+Failure systemFailure(const std::string& path) {
+    return failure(path, std::strerror(errno));
+}
+
+std::string folderOf(const std::string& path) {
+    const std::size_t slash = path.find_last_of('/');
+    if (slash == std::string::npos)
+        return ".";
+    return slash == 0 ? "/" : path.substr(0, slash);
+}
+
+bool isThere(const std::string& path) {
+    struct stat status {};
+    return stat(path.c_str(), &status) == 0;
+}
+
+/// Where the links from a path lead to in the end, whether or not something stands there.
+tl::expected<std::string, std::string> linkEnd(std::string path) {
+    for (int count = 0; count < linkLimit; ++count) {
+        char target[PATH_MAX];
+        const ssize_t size = readlink(path.c_str(), target, sizeof target);
+        if (size < 0)
+            return path;
+        const std::string_view text(target, static_cast<std::size_t>(size));
+        path = text.starts_with('/') ? std::string(text) : folderOf(path) + "/" + std::string(text);
+    }
+    return failure(path, "the links lead in a circle");
+}
+
+std::vector<std::string> missingFolders(const std::string& path) {
+    std::vector<std::string> missing;
+    for (std::string folder = folderOf(path); !isThere(folder); folder = folderOf(folder)) {
+        missing.push_back(folder);
+        if (folder == folderOf(folder))
+            break;
+    }
+    return missing;
+}
+
+tl::expected<std::string, std::string> readAll(const std::string& path, const Descriptor& file) {
+    std::string text;
+    char buffer[65536];
+    for (;;) {
+        const ssize_t count = read(file.get(), buffer, sizeof buffer);
+        if (count == 0)
+            return text;
+        if (count < 0 && errno == EINTR)
+            continue;
+        if (count < 0)
+            return systemFailure(path);
+        text.append(buffer, static_cast<std::size_t>(count));
+        if (text.size() > fileSizeLimit)
+            return failure(path, "the file is too large for settings");
+    }
+}
+
+struct Found {
+    FileState state;
+    struct stat status = {};
+};
+
+/// `path` is at the end of all links.
+tl::expected<Found, std::string> look(const std::string& path) {
+    // A pipe must not hold this up.
+    const Descriptor file(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+    if (!file.isOpen()) {
+        if (errno == ENOENT)
+            return Found{{std::nullopt, missingFolders(path).size()}};
+        return systemFailure(path);
+    }
+    Found found;
+    if (fstat(file.get(), &found.status) != 0)
+        return systemFailure(path);
+    if (!S_ISREG(found.status.st_mode))
+        return failure(path, "is no file");
+    auto text = readAll(path, file);
+    if (!text)
+        return Failure(std::move(text.error()));
+    found.state.text = std::move(*text);
+    return found;
+}
+
+tl::expected<void, std::string> checkWritable(const std::string& path, const Found& found) {
+    if (!found.state.text)
+        return {};
+    // The superuser may write to a file that is read-only, and replacing one needs only a writable folder; but whoever
+    // made it read-only meant it.
+    const bool isDenied = access(path.c_str(), W_OK) != 0 && errno != ENOENT;
+    if (isDenied || (found.status.st_mode & anyWrite) == 0)
+        return failure(path, "the file is read-only");
+    if (found.status.st_uid != geteuid() && geteuid() != 0)
+        return failure(path, "the file belongs to another user");
+    if (found.status.st_nlink > 1)
+        return failure(path, "the file has a second name (a hard link), which writing it would cut off");
+    return {};
+}
+
+/// Held until it goes out of scope. The lock is on the folder, so that no file of ours is left behind.
+tl::expected<Descriptor, std::string> lockFolder(const std::string& folder) {
+    Descriptor descriptor(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (!descriptor.isOpen())
+        return systemFailure(folder);
+    while (flock(descriptor.get(), LOCK_EX) != 0) {
+        // A file system without locks is no reason not to go on: nothing depends on the lock alone.
+        if (errno != EINTR)
+            break;
+    }
+    return descriptor;
+}
+
+void copyAttributes(const Descriptor& from, const Descriptor& to) {
+#ifdef __APPLE__
+    fcopyfile(from.get(), to.get(), nullptr, COPYFILE_XATTR | COPYFILE_ACL);
+#else
+    char names[4096];
+    const ssize_t size = flistxattr(from.get(), names, sizeof names);
+    for (ssize_t position = 0; position < size;) {
+        const char* name = names + position;
+        char value[4096];
+        const ssize_t valueSize = fgetxattr(from.get(), name, value, sizeof value);
+        if (valueSize >= 0)
+            fsetxattr(to.get(), name, value, static_cast<std::size_t>(valueSize), 0);
+        position += static_cast<ssize_t>(std::strlen(name)) + 1;
+    }
+#endif
+}
+
+bool writeAll(const Descriptor& file, std::string_view text) {
+    while (!text.empty()) {
+        const ssize_t count = write(file.get(), text.data(), text.size());
+        if (count > 0)
+            text.remove_prefix(static_cast<std::size_t>(count));
+        else if (count == 0 || errno != EINTR)
+            return false;
+    }
+    return fsync(file.get()) == 0;
+}
+
+mode_t modeOfNewFile() {
+    const mode_t mask = umask(0);
+    umask(mask);
+    return 0666 & ~mask;
+}
+
+/// A file beside another one, which is removed again unless it has taken that one's place.
+class Beside {
+public:
+    explicit Beside(const std::string& path) : m_path(folderOf(path) + "/.pelorin-XXXXXX") {
+        m_file = Descriptor(mkostemp(m_path.data(), O_CLOEXEC));
+    }
+    ~Beside() {
+        if (m_file.isOpen())
+            unlink(m_path.c_str());
+    }
+    Beside(const Beside&) = delete;
+    Beside& operator=(const Beside&) = delete;
+
+    bool isOpen() const { return m_file.isOpen(); }
+    const std::string& path() const { return m_path; }
+
+    /// Fills it, as a successor of the file that `status` tells of, if there is one.
+    bool fill(std::string_view text, const struct stat* status, const std::string& like) {
+        if (!status)
+            return fchmod(m_file.get(), modeOfNewFile()) == 0 && writeAll(m_file, text);
+        struct stat own {};
+        if (fstat(m_file.get(), &own) != 0)
+            return false;
+        const bool isSameOwner = own.st_uid == status->st_uid && own.st_gid == status->st_gid;
+        if (!isSameOwner && fchown(m_file.get(), status->st_uid, status->st_gid) != 0)
+            return false;
+        if (fchmod(m_file.get(), status->st_mode & permissionBits) != 0)
+            return false;
+        copyAttributes(Descriptor(open(like.c_str(), O_RDONLY | O_CLOEXEC)), m_file);
+        return writeAll(m_file, text);
+    }
+
+private:
+    std::string m_path;
+    Descriptor m_file;
+};
+
+/// Stopping half-way would leave the file beside.
+class SignalsHeld {
+public:
+    SignalsHeld() {
+        sigset_t stopping;
+        sigemptyset(&stopping);
+        for (const int signal : {SIGTERM, SIGINT, SIGHUP, SIGQUIT})
+            sigaddset(&stopping, signal);
+        sigprocmask(SIG_BLOCK, &stopping, &m_before);
+    }
+    ~SignalsHeld() { sigprocmask(SIG_SETMASK, &m_before, nullptr); }
+    SignalsHeld(const SignalsHeld&) = delete;
+    SignalsHeld& operator=(const SignalsHeld&) = delete;
+
+private:
+    sigset_t m_before = {};
+};
+
+enum class Placing { done, changedMeanwhile, failed };
+
+bool exchange(const std::string& one, const std::string& other) {
+#ifdef __APPLE__
+    return renamex_np(one.c_str(), other.c_str(), RENAME_SWAP) == 0;
+#else
+    return renameat2(AT_FDCWD, one.c_str(), AT_FDCWD, other.c_str(), RENAME_EXCHANGE) == 0;
+#endif
+}
+
+bool holds(const std::string& path, std::string_view text) {
+    const auto found = look(path);
+    return found && found->state.text == text;
+}
+
+Placing renameOver(const Beside& beside, const std::string& path, std::string_view expected) {
+    if (!holds(path, expected))
+        return Placing::changedMeanwhile;
+    return rename(beside.path().c_str(), path.c_str()) == 0 ? Placing::done : Placing::failed;
+}
+
+/// The two files change places at once. What has stood at the path can then be looked at at leisure: if it is not what
+/// was expected, another program has written in the last moment, and its file goes back.
+Placing exchangeWith(const Beside& beside, const std::string& path, std::string_view expected, std::string_view text) {
+    if (!holds(path, expected))
+        return Placing::changedMeanwhile;
+    if (!exchange(beside.path(), path)) {
+        if (errno == ENOENT)
+            return Placing::changedMeanwhile;
+        return renameOver(beside, path, expected);
+    }
+    if (holds(beside.path(), expected))
+        return Placing::done;
+    if (exchange(beside.path(), path) && !holds(beside.path(), text))
+        exchange(beside.path(), path);
+    return Placing::changedMeanwhile;
+}
+
+Placing placeNew(const Beside& beside, const std::string& path) {
+    if (link(beside.path().c_str(), path.c_str()) == 0)
+        return Placing::done;
+    return errno == EEXIST ? Placing::changedMeanwhile : Placing::failed;
+}
+
+/// Takes the file away and looks whether it was the expected one; if not, it goes back.
+Placing takeAway(const std::string& path, std::string_view expected) {
+    if (!holds(path, expected))
+        return Placing::changedMeanwhile;
+    const Beside beside(path);
+    if (!beside.isOpen() || rename(path.c_str(), beside.path().c_str()) != 0)
+        return errno == ENOENT ? Placing::changedMeanwhile : Placing::failed;
+    if (holds(beside.path(), expected))
+        return Placing::done;
+    // Should there be a file again by now, that one is the newest.
+    if (link(beside.path().c_str(), path.c_str()) == 0 || errno == EEXIST)
+        return Placing::changedMeanwhile;
+    return rename(beside.path().c_str(), path.c_str()) == 0 ? Placing::changedMeanwhile : Placing::failed;
+}
+
+bool makeFolders(const std::string& path) {
+    const std::vector<std::string> missing = missingFolders(path);
+    for (auto folder = missing.rbegin(); folder != missing.rend(); ++folder) {
+        if (mkdir(folder->c_str(), 0777) != 0 && errno != EEXIST)
+            return false;
+    }
+    return true;
+}
+
+void removeFolders(const std::string& path, std::size_t count) {
+    std::string folder = folderOf(path);
+    for (; count > 0 && rmdir(folder.c_str()) == 0; --count)
+        folder = folderOf(folder);
+}
+
+bool keepCopy(const std::string& path, const Found& found, const std::string& like) {
+    if (path.empty() || isThere(path))
+        return true;
+    Beside beside(path);
+    return beside.isOpen() && beside.fill(*found.state.text, &found.status, like) &&
+           placeNew(beside, path) != Placing::failed;
+}
+
+Placing place(const std::string& path, const Found& found, const FileWish& wish) {
+    if (found.state.text && !keepCopy(wish.copyPath, found, path))
+        return Placing::failed;
+    if (!wish.text) {
+        const Placing placing = takeAway(path, *found.state.text);
+        if (placing == Placing::done)
+            removeFolders(path, wish.foldersToRemove);
+        return placing;
+    }
+    Beside beside(path);
+    if (!beside.isOpen() || !beside.fill(*wish.text, found.state.text ? &found.status : nullptr, path))
+        return Placing::failed;
+    if (!found.state.text)
+        return placeNew(beside, path);
+    return exchangeWith(beside, path, *found.state.text, *wish.text);
+}
+
+} // namespace
+
+tl::expected<FileState, std::string> readFile(const std::string& path) {
+    const auto end = linkEnd(path);
+    if (!end)
+        return Failure(end.error());
+    auto found = look(*end);
+    if (!found)
+        return Failure(std::move(found.error()));
+    return std::move(found->state);
+}
+
+tl::expected<FileChange, std::string> editFile(const std::string& path, const FileEdit& edit) {
+    const auto end = linkEnd(path);
+    if (!end)
+        return Failure(end.error());
+    // The folders that are made here are not missing any more when the file is looked at again.
+    std::size_t madeFolders = 0;
+    for (int attempt = 0; attempt < attemptLimit; ++attempt) {
+        if (const auto state = look(*end); state && !state->state.text && state->state.missingFolders > 0) {
+            const auto wish = edit(state->state);
+            if (!wish)
+                return Failure(wish.error());
+            if (!wish->text)
+                return FileChange{state->state, std::nullopt};
+            if (!makeFolders(*end))
+                return systemFailure(folderOf(*end));
+            madeFolders = state->state.missingFolders;
+        }
+        const auto lock = lockFolder(folderOf(*end));
+        if (!lock)
+            return Failure(lock.error());
+        auto found = look(*end);
+        if (!found)
+            return Failure(std::move(found.error()));
+        if (!found->state.text)
+            found->state.missingFolders = madeFolders;
+        const auto wish = edit(found->state);
+        if (!wish)
+            return Failure(wish.error());
+        FileChange change{found->state, wish->text};
+        if (!change.isChange())
+            return change;
+        if (const auto isWritable = checkWritable(*end, *found); !isWritable)
+            return Failure(isWritable.error());
+        const SignalsHeld held;
+        switch (place(*end, *found, *wish)) {
+        case Placing::done:
+            fsync(lock->get());
+            return change;
+        case Placing::failed:
+            return systemFailure(*end);
+        case Placing::changedMeanwhile:
+            break;
+        }
+    }
+    return failure(*end, "another program changes the file all the time");
+}
+
+} // namespace pelorin::setup

@@ -1,0 +1,221 @@
+#include "BeaconrySetup/Setup.h"
+
+#include "BeaconrySetup/FileReplacement.h"
+#include "BeaconrySetup/LineDifference.h"
+#include "BeaconrySetup/SettingsEdit.h"
+
+#include <optional>
+#include <unistd.h>
+#include <utility>
+
+namespace pelorin::setup {
+
+namespace {
+
+using Outcome = Report::Outcome;
+
+/// What is to stand at a path, or why nothing is to be done to what stands there.
+using Wish = tl::expected<FileWish, std::string>;
+
+SettingsImage imageOf(const FileState& state) {
+    return {state.text, state.missingFolders};
+}
+
+FileWish wishFor(SettingsImage image) {
+    return {std::move(image.text), image.missingFolders};
+}
+
+class Run {
+public:
+    Run(const Request& request, const Surroundings& surroundings)
+        : m_request(request),
+          m_target(*request.target),
+          m_path(m_target.path(surroundings)),
+          m_copyPath(m_path + ".before-pelorin") {
+        if (!m_target.plan) {
+            m_text = m_target.text(surroundings);
+            return;
+        }
+        m_plan = m_target.plan(surroundings, request.questions);
+        m_planWithQuestions = m_target.plan(surroundings, ToolQuestions::on);
+    }
+
+    Report report() {
+        if (m_request.action == Action::status)
+            return status();
+        if (!m_target.plan && m_request.action == Action::install && !m_text)
+            return failure("what it needs is not there.");
+        return m_request.writing == Writing::dryRun ? rehearsed() : changed();
+    }
+
+private:
+    bool isInstall() const { return m_request.action == Action::install; }
+
+    Report told(Outcome outcome, const std::string& text) const {
+        return {outcome, std::string(m_target.title) + ": " + text + "\n"};
+    }
+    Report success(const std::string& text) const { return told(Outcome::success, text); }
+    Report failure(const std::string& text) const { return told(Outcome::failure, text); }
+
+    Original original() const { return access(m_copyPath.c_str(), F_OK) == 0 ? Original::kept : Original::unknown; }
+
+    // Who has once asked for the questions keeps them until all is taken away.
+    const HookPlan& planUpon(const FileState& state) const {
+        return hasHookAt(imageOf(state), m_plan, m_target.questionEvent) ? m_planWithQuestions : m_plan;
+    }
+
+    tl::expected<HookState, Refusal> stateOf(const FileState& state) const {
+        if (m_target.plan)
+            return hookState(imageOf(state), planUpon(state));
+        if (!state.text || !state.text->starts_with(m_target.textStart))
+            return HookState::absent;
+        return !m_text || state.text->starts_with(*m_text) ? HookState::current : HookState::damaged;
+    }
+
+    Wish wishUpon(const FileState& state) const {
+        if (!m_target.plan)
+            return isInstall() ? ownFile(state) : withoutOwnFile(state);
+        if (isInstall()) {
+            auto image = withHooks(imageOf(state), planUpon(state), original());
+            if (!image)
+                return tl::unexpected(
+                    refusal(image.error(), "To have the hooks all the same, put this into it:\n" + linesToAdd(m_plan)));
+            FileWish wish = wishFor(std::move(*image));
+            // What holds hooks of ours is no original.
+            if (stateOf(state) == HookState::absent)
+                wish.copyPath = m_copyPath;
+            return wish;
+        }
+        // What can't be read can't hold hooks either that were put in by us and have a chance to run.
+        if (state.text && state.text->find("\"pelorin=") == std::string::npos &&
+            state.text->find(m_plan.hooksDirectory) == std::string::npos)
+            return FileWish{state.text};
+        auto image = withoutHooks(imageOf(state), m_plan, original());
+        if (!image)
+            return tl::unexpected(refusal(
+                image.error(), "To be rid of the hooks, take out every entry whose command begins with pelorin="));
+        return wishFor(std::move(*image));
+    }
+
+    std::string refusal(const Refusal& why, const std::string& advice) const {
+        return m_path + " is left as it is, since " + why + ".\n" + advice;
+    }
+
+    // A file that is wholly ours tells by the empty lines at its end how many folders were made for it.
+
+    Wish ownFile(const FileState& state) const {
+        if (!state.text)
+            return FileWish{*m_text + std::string(state.missingFolders, '\n')};
+        if (!state.text->starts_with(m_target.textStart))
+            return tl::unexpected(m_path + " is left as it is, since it is not Pelorin's.");
+        return FileWish{*m_text + std::string(madeFolders(*state.text), '\n')};
+    }
+
+    Wish withoutOwnFile(const FileState& state) const {
+        if (!state.text || !state.text->starts_with(m_target.textStart))
+            return FileWish{state.text};
+        return FileWish{std::nullopt, madeFolders(*state.text)};
+    }
+
+    static std::size_t madeFolders(std::string_view text) {
+        const std::size_t lastSign = text.find_last_not_of('\n');
+        const std::size_t lineEnds = text.size() - (lastSign == std::string_view::npos ? 0 : lastSign + 1);
+        return lineEnds == 0 ? 0 : lineEnds - 1;
+    }
+
+    Report status() const {
+        const auto state = readFile(m_path);
+        if (!state)
+            return failure(state.error());
+        const auto found = stateOf(*state);
+        if (!found)
+            return failure(m_path + " can't be read, since " + found.error() + ".");
+        switch (*found) {
+        case HookState::absent:
+            return success("not installed.");
+        case HookState::damaged:
+            return success("installed in " + m_path + ", but not as it should be. Install again to put that right.");
+        case HookState::current:
+            break;
+        }
+        return success("installed in " + m_path + ".");
+    }
+
+    Report rehearsed() const {
+        const auto state = readFile(m_path);
+        if (!state)
+            return failure(state.error());
+        const Wish wish = wishUpon(*state);
+        if (!wish)
+            return failure(wish.error());
+        if (wish->text == state->text)
+            return success("nothing would change.");
+        const std::string difference =
+            lineDifference(state->text.value_or(std::string()), wish->text.value_or(std::string()));
+        const std::string event = !state->text  ? " would be made:\n"
+                                  : !wish->text ? " would be removed:\n"
+                                                : " would change:\n";
+        Report report = success(m_path + event + difference);
+        report.text.pop_back();
+        return report;
+    }
+
+    Report changed() const {
+        HookState before = HookState::absent;
+        const auto change = editFile(m_path, [&](const FileState& state) {
+            before = stateOf(state).value_or(HookState::absent);
+            return wishUpon(state);
+        });
+        if (!change)
+            return failure(change.error());
+        return isInstall() ? installed(before) : uninstalled(*change);
+    }
+
+    Report installed(HookState before) const {
+        Report report;
+        switch (before) {
+        case HookState::absent:
+            report = success("installed in " + m_path + ".");
+            break;
+        case HookState::damaged:
+            report = success("put right in " + m_path + ".");
+            break;
+        case HookState::current:
+            report = success("was installed in " + m_path + " already.");
+            break;
+        }
+        if (!m_target.notes.empty())
+            report.text += std::string(m_target.notes) + "\n";
+        return report;
+    }
+
+    Report uninstalled(const FileChange& change) const {
+        if (!change.isChange())
+            return success("was not installed.");
+        Report report = success("removed from " + m_path + ".");
+        const auto copy = readFile(m_copyPath);
+        if (!copy || !copy->text)
+            return report;
+        if (copy->text == change.after)
+            unlink(m_copyPath.c_str());
+        else
+            report.text += "The file as it was before Pelorin is still in " + m_copyPath + ".\n";
+        return report;
+    }
+
+    const Request& m_request;
+    const Target& m_target;
+    std::string m_path;
+    std::string m_copyPath;
+    HookPlan m_plan;
+    HookPlan m_planWithQuestions;
+    std::optional<std::string> m_text;
+};
+
+} // namespace
+
+Report run(const Request& request, const Surroundings& surroundings) {
+    return Run(request, surroundings).report();
+}
+
+} // namespace pelorin::setup

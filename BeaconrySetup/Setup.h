@@ -1,0 +1,33 @@
+#pragma once
+
+#include "BeaconrySetup/Target.h"
+
+#include <string>
+
+namespace pelorin::setup {
+
+enum class Action { install, uninstall, status };
+
+/// Whether files are changed, or only told what would become of them.
+enum class Writing { real, dryRun };
+
+/// What a run has to say.
+struct Report {
+    enum class Outcome { success, failure };
+
+    Outcome outcome = Outcome::success;
+    /// Lines for the user, with a line end behind the last one.
+    std::string text;
+};
+
+struct Request {
+    Action action = Action::status;
+    const Target* target = nullptr;
+    Writing writing = Writing::real;
+    ToolQuestions questions = ToolQuestions::off;
+};
+
+/// Does what is asked for with the target's file, as a guest there.
+Report run(const Request& request, const Surroundings& surroundings);
+
+} // namespace pelorin::setup

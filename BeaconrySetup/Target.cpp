@@ -1,0 +1,218 @@
+#include "BeaconrySetup/Target.h"
+
+#include "BeaconrySetup/FileReplacement.h"
+#include "BeaconrySetup/LoginEntry.h"
+#include "BeaconrySetup/OpencodePlugin.h"
+
+#include <cstdlib>
+
+namespace pelorin::setup {
+
+namespace {
+
+// Claude Code.
+
+std::string claudePath(const Surroundings& surroundings) {
+    return surroundings.home + "/.claude/settings.json";
+}
+
+HookPlan claudePlan(const Surroundings& surroundings, ToolQuestions) {
+    const auto script = [&](std::string_view name) {
+        return guardedCommand(surroundings.hooksDirectory + "/claude-" + std::string(name) + "-hook.sh");
+    };
+    // In seconds. What nobody waits for ends by itself long before. A session's end has to have a time of its own,
+    // since it is cut off after a second and a half otherwise; the longest wait for a decision is 580.
+    return {.entries = {{"SessionStart", script("register"), {}, {{"timeout", "10"}}},
+                        {"SessionEnd", script("unregister"), {}, {{"timeout", "10"}}},
+                        {"PermissionRequest", script("permission"), {}, {{"timeout", "600"}}},
+                        {"Notification", script("notify"), {}, {{"timeout", "10"}}},
+                        {"UserPromptSubmit", script("clear"), {}, {{"timeout", "10"}, {"async", "true"}}},
+                        {"PostToolUse", script("clear"), {}, {{"timeout", "10"}, {"async", "true"}}},
+                        {"Stop", script("clear"), {}, {{"timeout", "10"}, {"async", "true"}}}},
+            .hooksDirectory = surroundings.hooksDirectory};
+}
+
+// The others run one script with two arguments.
+
+std::string adapterCommand(const Surroundings& surroundings, std::string_view arguments) {
+    return guardedCommand(surroundings.hooksDirectory + "/adapters/cli-hook.sh", arguments);
+}
+
+// Codex.
+
+std::string codexPath(const Surroundings& surroundings) {
+    return surroundings.codexHome + "/hooks.json";
+}
+
+HookPlan codexPlan(const Surroundings& surroundings, ToolQuestions) {
+    // In seconds. Codex gives these two no more than three. It asks for trust again when an entry changes by a byte.
+    return {
+        .entries = {{"SessionStart", adapterCommand(surroundings, "codex register"), {}, {{"timeout", "10"}}},
+                    {"SessionEnd", adapterCommand(surroundings, "codex unregister"), {}, {{"timeout", "3"}}},
+                    {"PermissionRequest", adapterCommand(surroundings, "codex permission"), {}, {{"timeout", "600"}}},
+                    {"UserPromptSubmit", adapterCommand(surroundings, "codex clear"), {}, {{"timeout", "10"}}},
+                    {"PostToolUse", adapterCommand(surroundings, "codex clear"), {}, {{"timeout", "10"}}},
+                    {"Stop", adapterCommand(surroundings, "codex clear"), {}, {{"timeout", "10"}}},
+                    {"Interrupt", adapterCommand(surroundings, "codex clear"), {}, {{"timeout", "3"}}}},
+        .hooksDirectory = surroundings.hooksDirectory};
+}
+
+// Gemini.
+
+constexpr std::string_view geminiQuestionEvent = "BeforeTool";
+
+std::string geminiPath(const Surroundings& surroundings) {
+    return surroundings.geminiHome + "/.gemini/settings.json";
+}
+
+HookPlan geminiPlan(const Surroundings& surroundings, ToolQuestions questions) {
+    // In milliseconds.
+    const std::pair<std::string, std::string> shortly{"timeout", "10000"};
+    HookPlan plan{.entries = {{"SessionStart", adapterCommand(surroundings, "gemini register"), {}, {shortly}},
+                              {"SessionEnd", adapterCommand(surroundings, "gemini unregister"), {}, {shortly}},
+                              {"Notification", adapterCommand(surroundings, "gemini notify"), {}, {shortly}},
+                              {"BeforeAgent", adapterCommand(surroundings, "gemini clear"), {}, {shortly}},
+                              {"AfterTool", adapterCommand(surroundings, "gemini clear"), {}, {shortly}},
+                              {"AfterAgent", adapterCommand(surroundings, "gemini clear"), {}, {shortly}}},
+                  .hooksDirectory = surroundings.hooksDirectory};
+    if (questions == ToolQuestions::on)
+        plan.entries.push_back({std::string(geminiQuestionEvent),
+                                adapterCommand(surroundings, "gemini permission"),
+                                "^(run_shell_command|write_file|replace|web_fetch|mcp_.*)$",
+                                {{"timeout", "600000"}}});
+    return plan;
+}
+
+// opencode.
+
+std::string opencodePath(const Surroundings& surroundings) {
+    return surroundings.configHome + "/opencode/plugin/pelorin.js";
+}
+
+std::optional<std::string> opencodeText(const Surroundings& surroundings) {
+    return opencodePluginText(surroundings.hooksDirectory + "/adapters/opencode.mjs");
+}
+
+// Cursor.
+
+std::string cursorPath(const Surroundings& surroundings) {
+    return surroundings.home + "/.cursor/hooks.json";
+}
+
+HookPlan cursorPlan(const Surroundings& surroundings, ToolQuestions) {
+    // In seconds.
+    return {.layout = HookLayout::flat,
+            .companions = {{"version", "1"}},
+            .entries =
+                {{"sessionStart", adapterCommand(surroundings, "cursor register"), {}, {{"timeout", "10"}}},
+                 {"sessionEnd", adapterCommand(surroundings, "cursor unregister"), {}, {{"timeout", "10"}}},
+                 {"beforeShellExecution", adapterCommand(surroundings, "cursor permission"), {}, {{"timeout", "600"}}},
+                 {"beforeMCPExecution", adapterCommand(surroundings, "cursor permission"), {}, {{"timeout", "600"}}},
+                 {"beforeSubmitPrompt", adapterCommand(surroundings, "cursor clear"), {}, {{"timeout", "10"}}},
+                 {"stop", adapterCommand(surroundings, "cursor clear"), {}, {{"timeout", "10"}}}},
+            .hooksDirectory = surroundings.hooksDirectory};
+}
+
+// For a start of the program at login.
+
+std::string loginPath(const Surroundings& surroundings) {
+#ifdef __APPLE__
+    return surroundings.home + "/Library/LaunchAgents/com.pelorin.manager.plist";
+#else
+    return surroundings.configHome + "/autostart/com.pelorin.manager.desktop";
+#endif
+}
+
+std::optional<std::string> loginText(const Surroundings& surroundings) {
+    if (surroundings.program.empty())
+        return std::nullopt;
+#ifdef __APPLE__
+    return launchAgentText(surroundings.program);
+#else
+    return autostartText(surroundings.program);
+#endif
+}
+
+constexpr Target targets[] = {
+    {.name = "claude",
+     .title = "Claude Code",
+     .path = claudePath,
+     .plan = claudePlan,
+     .notes =
+         "Sessions that run already take the hooks up by themselves. Permission requests can be allowed and denied\n"
+         "in Pelorin while Claude Code's own dialog stands; questions are shown, and answered in the terminal."},
+    {.name = "codex",
+     .title = "Codex",
+     .path = codexPath,
+     .plan = codexPlan,
+     .notes =
+         "Codex runs the hooks only once you have trusted them: it asks for that when it starts next, and again when\n"
+         "they change. Permission requests can be allowed and denied in Pelorin; Codex's own prompt comes when nobody\n"
+         "has answered there. Codex has no notices. Its server runs the hooks of all sessions: Pelorin then knows\n"
+         "neither a session's terminal nor what wyrn has said of it, unless you switch that server off with\n"
+         "codex features disable daemon_auto_start."},
+    {.name = "gemini",
+     .title = "Gemini",
+     .path = geminiPath,
+     .plan = geminiPlan,
+     .questionEvent = geminiQuestionEvent,
+     .notes = "Pelorin shows what Gemini asks, and Gemini takes the answer in the terminal: no hook can give it. With\n"
+              "--tool-questions Pelorin asks before every tool that changes something, also before those that Gemini\n"
+              "would run unasked; denied there it does not run, allowed there Gemini goes on as without Pelorin.\n"
+              "Gemini's policies are left as they are."},
+    {.name = "opencode",
+     .title = "opencode",
+     .path = opencodePath,
+     .text = opencodeText,
+     .textStart = opencodePluginStart,
+     .notes =
+         "Sessions that run already have to be started anew. Permission requests can be allowed (once) and denied\n"
+         "in Pelorin while opencode's own prompt stands; the first answer counts. Questions are shown, and answered\n"
+         "in the terminal."},
+    {.name = "cursor",
+     .title = "Cursor",
+     .path = cursorPath,
+     .plan = cursorPlan,
+     .notes =
+         "This follows Cursor's documentation and has not been tried with a Cursor. Commands and tools of servers\n"
+         "can be allowed and denied in Pelorin, also those that Cursor would run unasked. Cursor has no notices."},
+    {.name = "login",
+     .title = "Start at login",
+     .scripts = Target::Scripts::notNeeded,
+     .path = loginPath,
+     .text = loginText},
+};
+
+std::string environmentText(const char* name) {
+    const char* value = std::getenv(name);
+    return value ? value : std::string();
+}
+
+/// A directory that the environment names; one that is not absolute is to be ignored.
+std::string directoryIn(const char* variable, const std::string& otherwise) {
+    std::string directory = environmentText(variable);
+    return directory.starts_with('/') ? directory : otherwise;
+}
+
+} // namespace
+
+std::optional<Surroundings> surroundingsOfProcess() {
+    Surroundings surroundings;
+    surroundings.home = directoryIn("HOME", {});
+    if (surroundings.home.empty())
+        return std::nullopt;
+    surroundings.configHome = directoryIn("XDG_CONFIG_HOME", surroundings.home + "/.config");
+    surroundings.codexHome = directoryIn("CODEX_HOME", surroundings.home + "/.codex");
+    surroundings.geminiHome = directoryIn("GEMINI_CLI_HOME", surroundings.home);
+    return surroundings;
+}
+
+const Target* targetNamed(std::string_view name) {
+    for (const Target& target : targets) {
+        if (target.name == name)
+            return &target;
+    }
+    return nullptr;
+}
+
+} // namespace pelorin::setup

@@ -14,15 +14,15 @@
 
 namespace pelorin {
 
-AppDelegate::AppDelegate(const AppSurroundings& surroundings)
-    : m_surroundings(surroundings),
-      m_settings(surroundings.defaults),
-      m_router(surroundings.dispatch),
-      m_focus(surroundings.launcher, surroundings.raiser),
-      m_answerRouter(m_router, m_settings, surroundings.runner),
-      m_relay(surroundings.dispatch, surroundings.http),
-      m_provisioner(surroundings.dispatch, surroundings.http),
-      m_askListSync(surroundings.dispatch, surroundings.dispatch.mainQueue(), relayQuietTime, [this] {
+AppDelegate::AppDelegate(const AppDependencies& dependencies)
+    : m_dependencies(dependencies),
+      m_settings(dependencies.defaults),
+      m_router(dependencies.dispatch),
+      m_focus(dependencies.launcher, dependencies.raiser),
+      m_answerRouter(m_router, m_settings, dependencies.runner),
+      m_relay(dependencies.dispatch, dependencies.http),
+      m_provisioner(dependencies.dispatch, dependencies.http),
+      m_askListSync(dependencies.dispatch, dependencies.dispatch.mainQueue(), relayQuietTime, [this] {
           syncRelay();
           m_gate->refresh(m_settings);
       }) {
@@ -55,13 +55,13 @@ void AppDelegate::makeWindows() {
         handle(ask, action);
     };
     const auto engine = makeInterfaceEngine();
-    m_panelController = std::make_unique<NotchPanelController>(m_store, m_settings, m_surroundings.dispatch, onAction,
-                                                               makePanelSurroundings(engine));
+    m_panelController = std::make_unique<NotchPanelController>(m_store, m_settings, m_dependencies.dispatch, onAction,
+                                                               makePanelDependencies(engine));
     m_managerController = std::make_unique<ManagerWindowController>(
         ManagerParts{.store = m_store,
                      .registry = m_registry,
                      .settings = m_settings,
-                     .dispatch = m_surroundings.dispatch,
+                     .dispatch = m_dependencies.dispatch,
                      .relay = m_relay,
                      .provisioner = m_provisioner},
         onAction, [this](const SessionInfo& session) { m_focus.focus(session); }, engine);
@@ -69,7 +69,7 @@ void AppDelegate::makeWindows() {
 
 void AppDelegate::setUpStatusItem() {
     m_statusMenu = std::make_unique<StatusMenu>(
-        m_store, m_registry, m_settings, m_surroundings.statusItem(),
+        m_store, m_registry, m_settings, m_dependencies.statusItem(),
         StatusMenu::Callbacks{
             .openManager = [this] { openManager(); },
             .jumpToSession = [this](const SessionInfo& session) { m_focus.focus(session); },
@@ -83,11 +83,11 @@ void AppDelegate::openManager() {
 }
 
 std::optional<Alert> AppDelegate::startServer(quint16 port) {
-    m_eventRouter = EventRouter::create(m_surroundings.dispatch, m_store, m_registry, m_settings, m_router,
+    m_eventRouter = EventRouter::create(m_dependencies.dispatch, m_store, m_registry, m_settings, m_router,
                                         [this](const AskEvent& ask) { m_focus.focus(ask); });
     m_server = std::make_unique<EventServer>(
         port, true,
-        [&mainQueue = m_surroundings.dispatch.mainQueue(), router = std::weak_ptr(m_eventRouter)](
+        [&mainQueue = m_dependencies.dispatch.mainQueue(), router = std::weak_ptr(m_eventRouter)](
             const QByteArray& path, const QByteArray& body, const WaitingHook& hook) {
             mainQueue.async([router, path, body, hook] {
                 if (const auto target = router.lock())
@@ -120,7 +120,7 @@ RelaySocket::Callbacks AppDelegate::relayCallbacks() {
 }
 
 std::function<void(const QString&, const QString&)> AppDelegate::relayDecisionHandler() {
-    return [&mainQueue = m_surroundings.dispatch.mainQueue(), self = std::weak_ptr(m_self)](const QString& requestId,
+    return [&mainQueue = m_dependencies.dispatch.mainQueue(), self = std::weak_ptr(m_self)](const QString& requestId,
                                                                                             const QString& decision) {
         mainQueue.async([self, requestId, decision] {
             if (const auto delegate = self.lock())
@@ -135,11 +135,11 @@ void AppDelegate::startRelay() {
     provisionRelayIfNeeded();
     // The shell needs the socket for its output, and the socket the shell for a phone's input: the shell's end is weak.
     const auto socket = std::make_shared<std::weak_ptr<RelaySocket>>();
-    m_phoneShell = std::make_shared<PhoneShell>(m_surroundings.dispatch, m_gate, [socket](const QString& text) {
+    m_phoneShell = std::make_shared<PhoneShell>(m_dependencies.dispatch, m_gate, [socket](const QString& text) {
         if (const auto present = socket->lock())
             present->sendTermOut(text);
     });
-    m_relaySocket = std::make_shared<RelaySocket>(m_surroundings.dispatch, m_surroundings.sockets, relayCallbacks());
+    m_relaySocket = std::make_shared<RelaySocket>(m_dependencies.dispatch, m_dependencies.sockets, relayCallbacks());
     *socket = m_relaySocket;
     m_relaySocket->start();
     // While the socket speaks, it brings the decisions.
@@ -255,12 +255,12 @@ void AppDelegate::expand(const QString& id) {
             this, [this, id] { expand(id); }, Qt::BlockingQueuedConnection);
         return;
     }
-    const AskList& asks = m_store.asks();
+    const SharedAsks& asks = m_store.asks();
     const auto row = std::find_if(asks.begin(), asks.end(), [&](const auto& ask) { return ask->id() == id; });
     if (row == asks.end())
         return;
     const AskEvent ask = **row;
-    if (const auto screen = TerminalCapture::screen(target(ask), m_surroundings.runner))
+    if (const auto screen = TerminalCapture::screen(target(ask), m_dependencies.runner))
         m_store.upsert(expandedAsk(ask, *screen));
 }
 

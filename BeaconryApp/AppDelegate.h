@@ -45,7 +45,7 @@ struct Alert {
 enum class Display { present, absent };
 
 /// What the application reaches the machine and the network by. All of it must outlive the delegate.
-struct AppSurroundings {
+struct AppDependencies {
     Dispatch& dispatch;
     UserDefaults& defaults;
     TerminalRunner& runner;
@@ -67,7 +67,7 @@ public:
     /// The time between two polls of the relay, in seconds.
     static constexpr double relayPollInterval = 5.0;
 
-    explicit AppDelegate(const AppSurroundings& surroundings);
+    explicit AppDelegate(const AppDependencies& dependencies);
     ~AppDelegate() override;
 
     /// Starts everything, in a fixed order. `port` is the one to listen on. Returns an alert when it cannot be listened
@@ -110,7 +110,7 @@ private:
     bool resolve(const AskEvent& ask, Decision decision);
     void decide(const AskEvent& ask, Decision decision);
 
-    const AppSurroundings m_surroundings;
+    const AppDependencies m_dependencies;
     AskStore m_store;
     SessionRegistry m_registry;
     NotifierSettings m_settings;

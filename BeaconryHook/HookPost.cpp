@@ -17,24 +17,24 @@ std::optional<HookPost> post(Command command, std::string_view body, HookPost::R
 }
 
 // The CLI's own dialog takes the answer to a question: the application only shows that there is one.
-std::optional<HookPost> questionNotice(Payload payload, std::string_view question, const Surroundings& surroundings) {
+std::optional<HookPost> questionNotice(Payload payload, std::string_view question, const HookEnvironment& environment) {
     std::string message;
     appendJsonString(message, question);
     payload.message = message;
     payload.notificationType = R"("elicitation")";
     payload.toolName = {};
     payload.toolInput = {};
-    BodyComposer body(payload, surroundings);
+    BodyComposer body(payload, environment);
     return post(Command::notify, body.take(), HookPost::Reply::ignored);
 }
 
 } // namespace
 
 std::optional<HookPost> planPost(const HookCall& call, const CliAdapter* adapter, const Payload& payload,
-                                 const Surroundings& surroundings, std::string_view requestId,
+                                 const HookEnvironment& environment, std::string_view requestId,
                                  const SessionStart& start) {
     if (call.command != Command::permission) {
-        BodyComposer body(payload, surroundings);
+        BodyComposer body(payload, environment);
         if (call.command == Command::registerSession)
             body.addSessionStart(start);
         return post(call.command, body.take(), HookPost::Reply::ignored);
@@ -43,8 +43,8 @@ std::optional<HookPost> planPost(const HookCall& call, const CliAdapter* adapter
         return std::nullopt;
     const auto question = adapter->questionText ? adapter->questionText(payload) : std::nullopt;
     if (question)
-        return questionNotice(payload, *question, surroundings);
-    BodyComposer body(payload, surroundings);
+        return questionNotice(payload, *question, environment);
+    BodyComposer body(payload, environment);
     body.addRequestId(requestId);
     return post(call.command, body.take(), HookPost::Reply::awaited);
 }

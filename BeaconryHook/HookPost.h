@@ -31,7 +31,7 @@ struct HookPost {
 /// of the CLI that has composed the payload, if it has one; `requestId` is used only for what becomes a permission
 /// request, `start` only for a session that begins.
 std::optional<HookPost> planPost(const HookCall& call, const CliAdapter* adapter, const Payload& payload,
-                                 const Surroundings& surroundings, std::string_view requestId,
+                                 const HookEnvironment& environment, std::string_view requestId,
                                  const SessionStart& start);
 
 } // namespace pelorin::hook

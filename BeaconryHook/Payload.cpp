@@ -46,15 +46,15 @@ Payload readPayload(std::string_view object) {
     return payload;
 }
 
-BodyComposer::BodyComposer(const Payload& payload, const Surroundings& surroundings) {
+BodyComposer::BodyComposer(const Payload& payload, const HookEnvironment& environment) {
     for (const MemberEntry& entry : forwardedMembers)
         addRaw(entry.name, payload.*entry.value);
-    addText("source", surroundings.source);
-    addText("tty", surroundings.tty);
-    addText("term_program", surroundings.terminalProgram);
-    addText("tmux_pane", surroundings.tmuxPane);
-    addText("wezterm_pane", surroundings.weztermPane);
-    addText("kitty_window_id", surroundings.kittyWindowId);
+    addText("source", environment.source);
+    addText("tty", environment.tty);
+    addText("term_program", environment.terminalProgram);
+    addText("tmux_pane", environment.tmuxPane);
+    addText("wezterm_pane", environment.weztermPane);
+    addText("kitty_window_id", environment.kittyWindowId);
 }
 
 void BodyComposer::addRequestId(std::string_view requestId) {

@@ -27,7 +27,7 @@ struct PayloadTexts {
 };
 
 /// What the helper itself knows about the session. A text that is empty is not known.
-struct Surroundings {
+struct HookEnvironment {
     /// The CLI's name.
     std::string_view source = {};
     /// The session's terminal, without "/dev/".
@@ -52,7 +52,7 @@ Payload readPayload(std::string_view object);
 /// members does not get through.
 class BodyComposer {
 public:
-    BodyComposer(const Payload& payload, const Surroundings& surroundings);
+    BodyComposer(const Payload& payload, const HookEnvironment& environment);
 
     /// Makes it a permission request that is answered under this id.
     void addRequestId(std::string_view requestId);

@@ -105,7 +105,7 @@ bool isEnvironmentOfTheSession(const CliAdapter* composer, std::string_view term
     return !composer || composer->environment == CliAdapter::Environment::ofTheSession || !terminal.empty();
 }
 
-Surroundings surroundingsInEnvironment() {
+HookEnvironment hookEnvironment() {
     return {.terminalProgram = environmentText("TERM_PROGRAM"),
             .tmuxPane = environmentText("TMUX_PANE"),
             .weztermPane = environmentText("WEZTERM_PANE"),
@@ -139,10 +139,10 @@ void run(const HookCall& call, std::string_view program) {
     const pid_t cliProcess = processVariable ? processIdIn(environmentText(processVariable)) : 0;
     const std::string terminal = findTerminal(cliProcess, getppid(), lookUpProcess);
     const bool isKnown = isEnvironmentOfTheSession(composer, terminal);
-    Surroundings surroundings = isKnown ? surroundingsInEnvironment() : Surroundings();
-    surroundings.source = composer ? composer->source : call.source;
-    surroundings.tty = terminal;
-    const auto post = planPost(call, composer, payload, surroundings, makeRequestId(),
+    HookEnvironment environment = isKnown ? hookEnvironment() : HookEnvironment();
+    environment.source = composer ? composer->source : call.source;
+    environment.tty = terminal;
+    const auto post = planPost(call, composer, payload, environment, makeRequestId(),
                                isKnown ? sessionStartInEnvironment() : SessionStart());
     if (!post)
         return;

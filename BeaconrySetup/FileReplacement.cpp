@@ -179,17 +179,17 @@ mode_t modeOfNewFile() {
 }
 
 /// A file beside another one, which is removed again unless it has taken that one's place.
-class Beside {
+class SiblingFile {
 public:
-    explicit Beside(const std::string& path) : m_path(folderOf(path) + "/.pelorin-XXXXXX") {
+    explicit SiblingFile(const std::string& path) : m_path(folderOf(path) + "/.pelorin-XXXXXX") {
         m_file = Descriptor(mkostemp(m_path.data(), O_CLOEXEC));
     }
-    ~Beside() {
+    ~SiblingFile() {
         if (m_file.isOpen())
             unlink(m_path.c_str());
     }
-    Beside(const Beside&) = delete;
-    Beside& operator=(const Beside&) = delete;
+    SiblingFile(const SiblingFile&) = delete;
+    SiblingFile& operator=(const SiblingFile&) = delete;
 
     bool isOpen() const { return m_file.isOpen(); }
     const std::string& path() const { return m_path; }
@@ -216,18 +216,18 @@ private:
 };
 
 /// Stopping half-way would leave the file beside.
-class SignalsHeld {
+class ScopedSignalBlock {
 public:
-    SignalsHeld() {
+    ScopedSignalBlock() {
         sigset_t stopping;
         sigemptyset(&stopping);
         for (const int signal : {SIGTERM, SIGINT, SIGHUP, SIGQUIT})
             sigaddset(&stopping, signal);
         sigprocmask(SIG_BLOCK, &stopping, &m_before);
     }
-    ~SignalsHeld() { sigprocmask(SIG_SETMASK, &m_before, nullptr); }
-    SignalsHeld(const SignalsHeld&) = delete;
-    SignalsHeld& operator=(const SignalsHeld&) = delete;
+    ~ScopedSignalBlock() { sigprocmask(SIG_SETMASK, &m_before, nullptr); }
+    ScopedSignalBlock(const ScopedSignalBlock&) = delete;
+    ScopedSignalBlock& operator=(const ScopedSignalBlock&) = delete;
 
 private:
     sigset_t m_before = {};
@@ -248,31 +248,32 @@ bool holds(const std::string& path, std::string_view text) {
     return found && found->state.text == text;
 }
 
-Placing renameOver(const Beside& beside, const std::string& path, std::string_view expected) {
+Placing renameOver(const SiblingFile& sibling, const std::string& path, std::string_view expected) {
     if (!holds(path, expected))
         return Placing::changedMeanwhile;
-    return rename(beside.path().c_str(), path.c_str()) == 0 ? Placing::done : Placing::failed;
+    return rename(sibling.path().c_str(), path.c_str()) == 0 ? Placing::done : Placing::failed;
 }
 
 /// The two files change places at once. What has stood at the path can then be looked at at leisure: if it is not what
 /// was expected, another program has written in the last moment, and its file goes back.
-Placing exchangeWith(const Beside& beside, const std::string& path, std::string_view expected, std::string_view text) {
+Placing exchangeWith(const SiblingFile& sibling, const std::string& path, std::string_view expected,
+                     std::string_view text) {
     if (!holds(path, expected))
         return Placing::changedMeanwhile;
-    if (!exchange(beside.path(), path)) {
+    if (!exchange(sibling.path(), path)) {
         if (errno == ENOENT)
             return Placing::changedMeanwhile;
-        return renameOver(beside, path, expected);
+        return renameOver(sibling, path, expected);
     }
-    if (holds(beside.path(), expected))
+    if (holds(sibling.path(), expected))
         return Placing::done;
-    if (exchange(beside.path(), path) && !holds(beside.path(), text))
-        exchange(beside.path(), path);
+    if (exchange(sibling.path(), path) && !holds(sibling.path(), text))
+        exchange(sibling.path(), path);
     return Placing::changedMeanwhile;
 }
 
-Placing placeNew(const Beside& beside, const std::string& path) {
-    if (link(beside.path().c_str(), path.c_str()) == 0)
+Placing placeNew(const SiblingFile& sibling, const std::string& path) {
+    if (link(sibling.path().c_str(), path.c_str()) == 0)
         return Placing::done;
     return errno == EEXIST ? Placing::changedMeanwhile : Placing::failed;
 }
@@ -281,15 +282,15 @@ Placing placeNew(const Beside& beside, const std::string& path) {
 Placing takeAway(const std::string& path, std::string_view expected) {
     if (!holds(path, expected))
         return Placing::changedMeanwhile;
-    const Beside beside(path);
-    if (!beside.isOpen() || rename(path.c_str(), beside.path().c_str()) != 0)
+    const SiblingFile sibling(path);
+    if (!sibling.isOpen() || rename(path.c_str(), sibling.path().c_str()) != 0)
         return errno == ENOENT ? Placing::changedMeanwhile : Placing::failed;
-    if (holds(beside.path(), expected))
+    if (holds(sibling.path(), expected))
         return Placing::done;
     // Should there be a file again by now, that one is the newest.
-    if (link(beside.path().c_str(), path.c_str()) == 0 || errno == EEXIST)
+    if (link(sibling.path().c_str(), path.c_str()) == 0 || errno == EEXIST)
         return Placing::changedMeanwhile;
-    return rename(beside.path().c_str(), path.c_str()) == 0 ? Placing::changedMeanwhile : Placing::failed;
+    return rename(sibling.path().c_str(), path.c_str()) == 0 ? Placing::changedMeanwhile : Placing::failed;
 }
 
 bool makeFolders(const std::string& path) {
@@ -310,12 +311,12 @@ void removeFolders(const std::string& path, std::size_t count) {
 bool keepCopy(const std::string& path, const Found& found, const std::string& like) {
     if (path.empty() || isThere(path))
         return true;
-    Beside beside(path);
-    return beside.isOpen() && beside.fill(*found.state.text, &found.status, like) &&
-           placeNew(beside, path) != Placing::failed;
+    SiblingFile sibling(path);
+    return sibling.isOpen() && sibling.fill(*found.state.text, &found.status, like) &&
+           placeNew(sibling, path) != Placing::failed;
 }
 
-Placing place(const std::string& path, const Found& found, const FileWish& wish) {
+Placing place(const std::string& path, const Found& found, const DesiredFile& wish) {
     if (found.state.text && !keepCopy(wish.copyPath, found, path))
         return Placing::failed;
     if (!wish.text) {
@@ -324,12 +325,12 @@ Placing place(const std::string& path, const Found& found, const FileWish& wish)
             removeFolders(path, wish.foldersToRemove);
         return placing;
     }
-    Beside beside(path);
-    if (!beside.isOpen() || !beside.fill(*wish.text, found.state.text ? &found.status : nullptr, path))
+    SiblingFile sibling(path);
+    if (!sibling.isOpen() || !sibling.fill(*wish.text, found.state.text ? &found.status : nullptr, path))
         return Placing::failed;
     if (!found.state.text)
-        return placeNew(beside, path);
-    return exchangeWith(beside, path, *found.state.text, *wish.text);
+        return placeNew(sibling, path);
+    return exchangeWith(sibling, path, *found.state.text, *wish.text);
 }
 
 } // namespace
@@ -377,7 +378,7 @@ tl::expected<FileChange, std::string> editFile(const std::string& path, const Fi
             return change;
         if (const auto isWritable = checkWritable(*end, *found); !isWritable)
             return Failure(isWritable.error());
-        const SignalsHeld held;
+        const ScopedSignalBlock held;
         switch (place(*end, *found, *wish)) {
         case Placing::done:
             fsync(lock->get());

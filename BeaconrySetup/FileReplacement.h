@@ -28,7 +28,7 @@ struct FileState {
 
 /// What is to stand there. Without text there is to be no file; that many folders above it go with it, if they are
 /// empty then.
-struct FileWish {
+struct DesiredFile {
     std::optional<std::string> text;
     std::size_t foldersToRemove = 0;
     /// Where to keep what stands there now, with the same mode and owner, unless a file stands there already. Empty for
@@ -37,7 +37,7 @@ struct FileWish {
 };
 
 /// Decides, from what stands at the path, what is to stand there. Called again when that changes meanwhile.
-using FileEdit = std::function<tl::expected<FileWish, std::string>(const FileState& state)>;
+using FileEdit = std::function<tl::expected<DesiredFile, std::string>(const FileState& state)>;
 
 /// What an edit has come to.
 struct FileChange {

@@ -15,29 +15,29 @@ namespace {
 using Outcome = Report::Outcome;
 
 /// What is to stand at a path, or why nothing is to be done to what stands there.
-using Wish = tl::expected<FileWish, std::string>;
+using Wish = tl::expected<DesiredFile, std::string>;
 
 SettingsImage imageOf(const FileState& state) {
     return {state.text, state.missingFolders};
 }
 
-FileWish wishFor(SettingsImage image) {
+DesiredFile wishFor(SettingsImage image) {
     return {std::move(image.text), image.missingFolders};
 }
 
 class Run {
 public:
-    Run(const Request& request, const Surroundings& surroundings)
+    Run(const Request& request, const SetupEnvironment& environment)
         : m_request(request),
           m_target(*request.target),
-          m_path(m_target.path(surroundings)),
+          m_path(m_target.path(environment)),
           m_copyPath(m_path + ".before-pelorin") {
         if (!m_target.plan) {
-            m_text = m_target.text(surroundings);
+            m_text = m_target.text(environment);
             return;
         }
-        m_plan = m_target.plan(surroundings, request.questions);
-        m_planWithQuestions = m_target.plan(surroundings, ToolQuestions::on);
+        m_plan = m_target.plan(environment, request.questions);
+        m_planWithQuestions = m_target.plan(environment, ToolQuestions::on);
     }
 
     Report report() {
@@ -80,7 +80,7 @@ private:
             if (!image)
                 return tl::unexpected(
                     refusal(image.error(), "To have the hooks all the same, put this into it:\n" + linesToAdd(m_plan)));
-            FileWish wish = wishFor(std::move(*image));
+            DesiredFile wish = wishFor(std::move(*image));
             // What holds hooks of ours is no original.
             if (stateOf(state) == HookState::absent)
                 wish.copyPath = m_copyPath;
@@ -89,7 +89,7 @@ private:
         // What can't be read can't hold hooks either that were put in by us and have a chance to run.
         if (state.text && state.text->find("\"pelorin=") == std::string::npos &&
             state.text->find(m_plan.hooksDirectory) == std::string::npos)
-            return FileWish{state.text};
+            return DesiredFile{state.text};
         auto image = withoutHooks(imageOf(state), m_plan, original());
         if (!image)
             return tl::unexpected(refusal(
@@ -105,16 +105,16 @@ private:
 
     Wish ownFile(const FileState& state) const {
         if (!state.text)
-            return FileWish{*m_text + std::string(state.missingFolders, '\n')};
+            return DesiredFile{*m_text + std::string(state.missingFolders, '\n')};
         if (!state.text->starts_with(m_target.textStart))
             return tl::unexpected(m_path + " is left as it is, since it is not Pelorin's.");
-        return FileWish{*m_text + std::string(madeFolders(*state.text), '\n')};
+        return DesiredFile{*m_text + std::string(madeFolders(*state.text), '\n')};
     }
 
     Wish withoutOwnFile(const FileState& state) const {
         if (!state.text || !state.text->starts_with(m_target.textStart))
-            return FileWish{state.text};
-        return FileWish{std::nullopt, madeFolders(*state.text)};
+            return DesiredFile{state.text};
+        return DesiredFile{std::nullopt, madeFolders(*state.text)};
     }
 
     static std::size_t madeFolders(std::string_view text) {
@@ -214,8 +214,8 @@ private:
 
 } // namespace
 
-Report run(const Request& request, const Surroundings& surroundings) {
-    return Run(request, surroundings).report();
+Report run(const Request& request, const SetupEnvironment& environment) {
+    return Run(request, environment).report();
 }
 
 } // namespace pelorin::setup

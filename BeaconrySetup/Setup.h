@@ -28,6 +28,6 @@ struct Request {
 };
 
 /// Does what is asked for with the target's file, as a guest there.
-Report run(const Request& request, const Surroundings& surroundings);
+Report run(const Request& request, const SetupEnvironment& environment);
 
 } // namespace pelorin::setup

@@ -12,13 +12,13 @@ namespace {
 
 // Claude Code.
 
-std::string claudePath(const Surroundings& surroundings) {
-    return surroundings.home + "/.claude/settings.json";
+std::string claudePath(const SetupEnvironment& environment) {
+    return environment.home + "/.claude/settings.json";
 }
 
-HookPlan claudePlan(const Surroundings& surroundings, ToolQuestions) {
+HookPlan claudePlan(const SetupEnvironment& environment, ToolQuestions) {
     const auto script = [&](std::string_view name) {
-        return guardedCommand(surroundings.hooksDirectory + "/claude-" + std::string(name) + "-hook.sh");
+        return guardedCommand(environment.hooksDirectory + "/claude-" + std::string(name) + "-hook.sh");
     };
     // In seconds. What nobody waits for ends by itself long before. A session's end has to have a time of its own,
     // since it is cut off after a second and a half otherwise; the longest wait for a decision is 580.
@@ -29,55 +29,55 @@ HookPlan claudePlan(const Surroundings& surroundings, ToolQuestions) {
                         {"UserPromptSubmit", script("clear"), {}, {{"timeout", "10"}, {"async", "true"}}},
                         {"PostToolUse", script("clear"), {}, {{"timeout", "10"}, {"async", "true"}}},
                         {"Stop", script("clear"), {}, {{"timeout", "10"}, {"async", "true"}}}},
-            .hooksDirectory = surroundings.hooksDirectory};
+            .hooksDirectory = environment.hooksDirectory};
 }
 
 // The others run one script with two arguments.
 
-std::string adapterCommand(const Surroundings& surroundings, std::string_view arguments) {
-    return guardedCommand(surroundings.hooksDirectory + "/adapters/cli-hook.sh", arguments);
+std::string adapterCommand(const SetupEnvironment& environment, std::string_view arguments) {
+    return guardedCommand(environment.hooksDirectory + "/adapters/cli-hook.sh", arguments);
 }
 
 // Codex.
 
-std::string codexPath(const Surroundings& surroundings) {
-    return surroundings.codexHome + "/hooks.json";
+std::string codexPath(const SetupEnvironment& environment) {
+    return environment.codexHome + "/hooks.json";
 }
 
-HookPlan codexPlan(const Surroundings& surroundings, ToolQuestions) {
+HookPlan codexPlan(const SetupEnvironment& environment, ToolQuestions) {
     // In seconds. Codex gives these two no more than three. It asks for trust again when an entry changes by a byte.
     return {
-        .entries = {{"SessionStart", adapterCommand(surroundings, "codex register"), {}, {{"timeout", "10"}}},
-                    {"SessionEnd", adapterCommand(surroundings, "codex unregister"), {}, {{"timeout", "3"}}},
-                    {"PermissionRequest", adapterCommand(surroundings, "codex permission"), {}, {{"timeout", "600"}}},
-                    {"UserPromptSubmit", adapterCommand(surroundings, "codex clear"), {}, {{"timeout", "10"}}},
-                    {"PostToolUse", adapterCommand(surroundings, "codex clear"), {}, {{"timeout", "10"}}},
-                    {"Stop", adapterCommand(surroundings, "codex clear"), {}, {{"timeout", "10"}}},
-                    {"Interrupt", adapterCommand(surroundings, "codex clear"), {}, {{"timeout", "3"}}}},
-        .hooksDirectory = surroundings.hooksDirectory};
+        .entries = {{"SessionStart", adapterCommand(environment, "codex register"), {}, {{"timeout", "10"}}},
+                    {"SessionEnd", adapterCommand(environment, "codex unregister"), {}, {{"timeout", "3"}}},
+                    {"PermissionRequest", adapterCommand(environment, "codex permission"), {}, {{"timeout", "600"}}},
+                    {"UserPromptSubmit", adapterCommand(environment, "codex clear"), {}, {{"timeout", "10"}}},
+                    {"PostToolUse", adapterCommand(environment, "codex clear"), {}, {{"timeout", "10"}}},
+                    {"Stop", adapterCommand(environment, "codex clear"), {}, {{"timeout", "10"}}},
+                    {"Interrupt", adapterCommand(environment, "codex clear"), {}, {{"timeout", "3"}}}},
+        .hooksDirectory = environment.hooksDirectory};
 }
 
 // Gemini.
 
 constexpr std::string_view geminiQuestionEvent = "BeforeTool";
 
-std::string geminiPath(const Surroundings& surroundings) {
-    return surroundings.geminiHome + "/.gemini/settings.json";
+std::string geminiPath(const SetupEnvironment& environment) {
+    return environment.geminiHome + "/.gemini/settings.json";
 }
 
-HookPlan geminiPlan(const Surroundings& surroundings, ToolQuestions questions) {
+HookPlan geminiPlan(const SetupEnvironment& environment, ToolQuestions questions) {
     // In milliseconds.
     const std::pair<std::string, std::string> shortly{"timeout", "10000"};
-    HookPlan plan{.entries = {{"SessionStart", adapterCommand(surroundings, "gemini register"), {}, {shortly}},
-                              {"SessionEnd", adapterCommand(surroundings, "gemini unregister"), {}, {shortly}},
-                              {"Notification", adapterCommand(surroundings, "gemini notify"), {}, {shortly}},
-                              {"BeforeAgent", adapterCommand(surroundings, "gemini clear"), {}, {shortly}},
-                              {"AfterTool", adapterCommand(surroundings, "gemini clear"), {}, {shortly}},
-                              {"AfterAgent", adapterCommand(surroundings, "gemini clear"), {}, {shortly}}},
-                  .hooksDirectory = surroundings.hooksDirectory};
+    HookPlan plan{.entries = {{"SessionStart", adapterCommand(environment, "gemini register"), {}, {shortly}},
+                              {"SessionEnd", adapterCommand(environment, "gemini unregister"), {}, {shortly}},
+                              {"Notification", adapterCommand(environment, "gemini notify"), {}, {shortly}},
+                              {"BeforeAgent", adapterCommand(environment, "gemini clear"), {}, {shortly}},
+                              {"AfterTool", adapterCommand(environment, "gemini clear"), {}, {shortly}},
+                              {"AfterAgent", adapterCommand(environment, "gemini clear"), {}, {shortly}}},
+                  .hooksDirectory = environment.hooksDirectory};
     if (questions == ToolQuestions::on)
         plan.entries.push_back({std::string(geminiQuestionEvent),
-                                adapterCommand(surroundings, "gemini permission"),
+                                adapterCommand(environment, "gemini permission"),
                                 "^(run_shell_command|write_file|replace|web_fetch|mcp_.*)$",
                                 {{"timeout", "600000"}}});
     return plan;
@@ -85,51 +85,51 @@ HookPlan geminiPlan(const Surroundings& surroundings, ToolQuestions questions) {
 
 // opencode.
 
-std::string opencodePath(const Surroundings& surroundings) {
-    return surroundings.configHome + "/opencode/plugin/pelorin.js";
+std::string opencodePath(const SetupEnvironment& environment) {
+    return environment.configHome + "/opencode/plugin/pelorin.js";
 }
 
-std::optional<std::string> opencodeText(const Surroundings& surroundings) {
-    return opencodePluginText(surroundings.hooksDirectory + "/adapters/opencode.mjs");
+std::optional<std::string> opencodeText(const SetupEnvironment& environment) {
+    return opencodePluginText(environment.hooksDirectory + "/adapters/opencode.mjs");
 }
 
 // Cursor.
 
-std::string cursorPath(const Surroundings& surroundings) {
-    return surroundings.home + "/.cursor/hooks.json";
+std::string cursorPath(const SetupEnvironment& environment) {
+    return environment.home + "/.cursor/hooks.json";
 }
 
-HookPlan cursorPlan(const Surroundings& surroundings, ToolQuestions) {
+HookPlan cursorPlan(const SetupEnvironment& environment, ToolQuestions) {
     // In seconds.
     return {.layout = HookLayout::flat,
             .companions = {{"version", "1"}},
             .entries =
-                {{"sessionStart", adapterCommand(surroundings, "cursor register"), {}, {{"timeout", "10"}}},
-                 {"sessionEnd", adapterCommand(surroundings, "cursor unregister"), {}, {{"timeout", "10"}}},
-                 {"beforeShellExecution", adapterCommand(surroundings, "cursor permission"), {}, {{"timeout", "600"}}},
-                 {"beforeMCPExecution", adapterCommand(surroundings, "cursor permission"), {}, {{"timeout", "600"}}},
-                 {"beforeSubmitPrompt", adapterCommand(surroundings, "cursor clear"), {}, {{"timeout", "10"}}},
-                 {"stop", adapterCommand(surroundings, "cursor clear"), {}, {{"timeout", "10"}}}},
-            .hooksDirectory = surroundings.hooksDirectory};
+                {{"sessionStart", adapterCommand(environment, "cursor register"), {}, {{"timeout", "10"}}},
+                 {"sessionEnd", adapterCommand(environment, "cursor unregister"), {}, {{"timeout", "10"}}},
+                 {"beforeShellExecution", adapterCommand(environment, "cursor permission"), {}, {{"timeout", "600"}}},
+                 {"beforeMCPExecution", adapterCommand(environment, "cursor permission"), {}, {{"timeout", "600"}}},
+                 {"beforeSubmitPrompt", adapterCommand(environment, "cursor clear"), {}, {{"timeout", "10"}}},
+                 {"stop", adapterCommand(environment, "cursor clear"), {}, {{"timeout", "10"}}}},
+            .hooksDirectory = environment.hooksDirectory};
 }
 
 // For a start of the program at login.
 
-std::string loginPath(const Surroundings& surroundings) {
+std::string loginPath(const SetupEnvironment& environment) {
 #ifdef __APPLE__
-    return surroundings.home + "/Library/LaunchAgents/com.pelorin.manager.plist";
+    return environment.home + "/Library/LaunchAgents/com.pelorin.manager.plist";
 #else
-    return surroundings.configHome + "/autostart/com.pelorin.manager.desktop";
+    return environment.configHome + "/autostart/com.pelorin.manager.desktop";
 #endif
 }
 
-std::optional<std::string> loginText(const Surroundings& surroundings) {
-    if (surroundings.program.empty())
+std::optional<std::string> loginText(const SetupEnvironment& environment) {
+    if (environment.program.empty())
         return std::nullopt;
 #ifdef __APPLE__
-    return launchAgentText(surroundings.program);
+    return launchAgentText(environment.program);
 #else
-    return autostartText(surroundings.program);
+    return autostartText(environment.program);
 #endif
 }
 
@@ -196,15 +196,15 @@ std::string directoryIn(const char* variable, const std::string& otherwise) {
 
 } // namespace
 
-std::optional<Surroundings> surroundingsOfProcess() {
-    Surroundings surroundings;
-    surroundings.home = directoryIn("HOME", {});
-    if (surroundings.home.empty())
+std::optional<SetupEnvironment> environmentOfProcess() {
+    SetupEnvironment environment;
+    environment.home = directoryIn("HOME", {});
+    if (environment.home.empty())
         return std::nullopt;
-    surroundings.configHome = directoryIn("XDG_CONFIG_HOME", surroundings.home + "/.config");
-    surroundings.codexHome = directoryIn("CODEX_HOME", surroundings.home + "/.codex");
-    surroundings.geminiHome = directoryIn("GEMINI_CLI_HOME", surroundings.home);
-    return surroundings;
+    environment.configHome = directoryIn("XDG_CONFIG_HOME", environment.home + "/.config");
+    environment.codexHome = directoryIn("CODEX_HOME", environment.home + "/.codex");
+    environment.geminiHome = directoryIn("GEMINI_CLI_HOME", environment.home);
+    return environment;
 }
 
 const Target* targetNamed(std::string_view name) {

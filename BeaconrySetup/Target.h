@@ -9,7 +9,7 @@
 namespace pelorin::setup {
 
 /// What a plan depends on.
-struct Surroundings {
+struct SetupEnvironment {
     std::string home;
     /// The base directory of the user's settings on a free desktop.
     std::string configHome;
@@ -24,7 +24,7 @@ struct Surroundings {
 };
 
 /// Reads what the environment tells; nothing without a home directory.
-std::optional<Surroundings> surroundingsOfProcess();
+std::optional<SetupEnvironment> environmentOfProcess();
 
 /// Whether Gemini is to ask before it uses a tool that changes something.
 enum class ToolQuestions { off, on };
@@ -40,13 +40,13 @@ struct Target {
     /// Whether what is set up runs the hook scripts.
     Scripts scripts = Scripts::needed;
     /// The file that is edited or written.
-    std::string (*path)(const Surroundings& surroundings);
+    std::string (*path)(const SetupEnvironment& environment);
     /// For a file that belongs to somebody else: which hooks it is to hold.
-    HookPlan (*plan)(const Surroundings& surroundings, ToolQuestions questions) = nullptr;
+    HookPlan (*plan)(const SetupEnvironment& environment, ToolQuestions questions) = nullptr;
     /// The event whose hooks of ours are there only with questions; empty without such an event.
     std::string_view questionEvent = {};
     /// For a file that is wholly ours: its text; nothing when something that it needs is missing.
-    std::optional<std::string> (*text)(const Surroundings& surroundings) = nullptr;
+    std::optional<std::string> (*text)(const SetupEnvironment& environment) = nullptr;
     /// How a file that is wholly ours begins, in whatever version.
     std::string_view textStart = {};
     /// What the user has to know once it is set up; lines without a line end behind the last one.

@@ -33,7 +33,7 @@ std::optional<Action> actionNamed(std::string_view name) {
 }
 
 /// Reads what stands behind the action and the target; false when it makes no sense.
-bool readOptions(int count, const char* const* arguments, Request& request, Surroundings& surroundings) {
+bool readOptions(int count, const char* const* arguments, Request& request, SetupEnvironment& environment) {
     for (int index = 0; index < count; ++index) {
         const std::string_view option = arguments[index];
         const bool hasValue = index + 1 < count && *arguments[index + 1] != '\0';
@@ -42,9 +42,9 @@ bool readOptions(int count, const char* const* arguments, Request& request, Surr
         } else if (option == "--tool-questions" && !request.target->questionEvent.empty()) {
             request.questions = ToolQuestions::on;
         } else if (option == "--hooks" && hasValue) {
-            surroundings.hooksDirectory = arguments[++index];
+            environment.hooksDirectory = arguments[++index];
         } else if (option == "--program" && hasValue) {
-            surroundings.program = arguments[++index];
+            environment.program = arguments[++index];
         } else {
             return false;
         }
@@ -66,15 +66,15 @@ int main(int count, char** arguments) {
     }
     const auto action = count > 2 ? actionNamed(arguments[1]) : std::nullopt;
     const Target* target = count > 2 ? targetNamed(arguments[2]) : nullptr;
-    auto surroundings = surroundingsOfProcess();
-    if (!surroundings)
+    auto environment = environmentOfProcess();
+    if (!environment)
         return complain("pelorin-hook-setup: HOME is not set to a directory.\n");
     Request request{.action = action.value_or(Action::status), .target = target};
-    if (!action || !target || !readOptions(count - 3, arguments + 3, request, *surroundings))
+    if (!action || !target || !readOptions(count - 3, arguments + 3, request, *environment))
         return complain(usage);
-    if (target->scripts == Target::Scripts::needed && !surroundings->hooksDirectory.starts_with('/'))
+    if (target->scripts == Target::Scripts::needed && !environment->hooksDirectory.starts_with('/'))
         return complain("pelorin-hook-setup: --hooks needs the whole path of the directory of the hook scripts.\n");
-    const Report report = run(request, *surroundings);
+    const Report report = run(request, *environment);
     const bool isSuccess = report.outcome == Report::Outcome::success;
     std::fputs(report.text.c_str(), isSuccess ? stdout : stderr);
     return isSuccess ? 0 : 1;

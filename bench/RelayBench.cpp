@@ -85,7 +85,7 @@ void measurePush() {
     const auto dispatch = makeSystemDispatch();
     NetworkTransport transport;
     RelayClient client(*dispatch, transport);
-    AskList asks;
+    SharedAsks asks;
     for (int number = 0; number < manyAsks; ++number)
         asks.append(std::make_shared<AskEvent>(*AskEvent::decode(permission(number), dispatch->now())));
     const auto push = [&] {

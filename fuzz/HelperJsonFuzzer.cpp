@@ -72,14 +72,14 @@ void checkPosts(std::string_view object, std::string_view text, const CliAdapter
     const Payload payload = readPayload(object, adapter, texts);
     for (const Command command :
          {Command::permission, Command::notify, Command::clear, Command::registerSession, Command::unregisterSession}) {
-        const Surroundings surroundings{.source = adapter->source,
-                                        .tty = text,
-                                        .terminalProgram = text,
-                                        .tmuxPane = text,
-                                        .weztermPane = text,
-                                        .kittyWindowId = text};
+        const HookEnvironment environment{.source = adapter->source,
+                                          .tty = text,
+                                          .terminalProgram = text,
+                                          .tmuxPane = text,
+                                          .weztermPane = text,
+                                          .kittyWindowId = text};
         const SessionStart start{.label = text, .isOptedIn = true};
-        const auto post = planPost({.command = command}, adapter, payload, surroundings, "id", start);
+        const auto post = planPost({.command = command}, adapter, payload, environment, "id", start);
         if (!post)
             continue;
         const std::string_view body = bodyOf(post->request);

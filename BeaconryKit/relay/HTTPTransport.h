@@ -24,9 +24,9 @@ struct HTTPRequest {
     QByteArray body;
     /// How long the whole exchange may take.
     std::chrono::milliseconds timeout{};
-    /// Requests of one lane reach their destination in order: each waits until the one before has ended, and a newer
+    /// Requests of one queue reach their destination in order: each waits until the one before has ended, and a newer
     /// one takes the place of one that still waits. Empty: the request waits for nothing.
-    QByteArray lane;
+    QByteArray queue;
 
     bool operator==(const HTTPRequest&) const = default;
 };

@@ -29,7 +29,7 @@ public:
         qint64 message = 1'048'576;
         /// How many bytes may wait to be sent on a WebSocket; what comes on top is dropped.
         qint64 backlog = 8'388'608;
-        /// How long a newer request of a lane waits for one that is under way before it takes its place.
+        /// How long a newer request of a queue waits for one that is under way before it takes its place.
         std::chrono::milliseconds lanePatience{2000};
     };
 

@@ -58,7 +58,7 @@ void RelayClient::sync(const QJsonArray& asks, const QString& url, const QString
     if (!request)
         return;
     // A newer list must never be overtaken by an older one on another connection.
-    request->lane = "sync";
+    request->queue = "sync";
     m_transport.send(*request);
 }
 

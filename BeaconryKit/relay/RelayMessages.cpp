@@ -80,9 +80,9 @@ std::optional<QString> relayToken(QByteArrayView provisionBody) {
     return token.isEmpty() ? std::nullopt : std::optional(token);
 }
 
-QJsonArray relayAsks(const AskList& asks) {
+QJsonArray relayAsks(const SharedAsks& asks) {
     QJsonArray array;
-    for (const AskRow& ask : asks) {
+    for (const SharedAsk& ask : asks) {
         const std::chrono::duration<double, std::milli> sinceEpoch = ask->receivedAt.time_since_epoch();
         array.append(QJsonObject{{QStringLiteral("id"), ask->id()},
                                  {QStringLiteral("project"), ask->projectName()},

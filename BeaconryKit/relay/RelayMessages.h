@@ -1,6 +1,6 @@
 #pragma once
 
-#include "BeaconryKit/model/AskList.h"
+#include "BeaconryKit/model/SharedAsks.h"
 #include "BeaconryKit/relay/RelayDevice.h"
 
 #include <QByteArrayView>
@@ -66,7 +66,7 @@ std::optional<QList<RelayDevice>> relayDevices(QByteArrayView listBody);
 std::optional<QString> relayToken(QByteArrayView provisionBody);
 
 /// What a push says of the open asks, one object a row, in their order.
-QJsonArray relayAsks(const AskList& asks);
+QJsonArray relayAsks(const SharedAsks& asks);
 
 /// Whether phones may drive a shell on this computer.
 enum class PhoneTerminal { disabled, enabled };

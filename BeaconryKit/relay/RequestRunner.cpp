@@ -59,9 +59,9 @@ RequestRunner::~RequestRunner() {
         delete std::exchange(exchange->reply, nullptr);
         complete(exchange, std::nullopt);
     }
-    for (const Lane& lane : std::exchange(m_lanes, {})) {
-        if (lane.next)
-            complete(lane.next, std::nullopt);
+    for (const RequestQueue& queue : std::exchange(m_queues, {})) {
+        if (queue.next)
+            complete(queue.next, std::nullopt);
     }
 }
 
@@ -72,19 +72,19 @@ void RequestRunner::run(HTTPRequest request, HTTPCompletion completion) {
         complete(exchange, std::nullopt);
         return;
     }
-    if (exchange->request.lane.isEmpty()) {
+    if (exchange->request.queue.isEmpty()) {
         begin(exchange);
         return;
     }
-    Lane& lane = m_lanes[exchange->request.lane];
-    if (!lane.running) {
+    RequestQueue& queue = m_queues[exchange->request.queue];
+    if (!queue.running) {
         begin(exchange);
         return;
     }
-    const ExchangePointer replaced = std::exchange(lane.next, exchange);
-    // Its end comes within this call and takes the lane with it.
-    if (lane.isOutOfPatience)
-        lane.running->reply->abort();
+    const ExchangePointer replaced = std::exchange(queue.next, exchange);
+    // Its end comes within this call and takes the queue with it.
+    if (queue.isOutOfPatience)
+        queue.running->reply->abort();
     if (replaced)
         complete(replaced, std::nullopt);
 }
@@ -98,17 +98,17 @@ void RequestRunner::begin(const ExchangePointer& exchange) {
             late->reply->abort();
         }
     });
-    if (!exchange->request.lane.isEmpty()) {
-        Lane& lane = m_lanes[exchange->request.lane];
-        lane.running = exchange;
-        lane.isOutOfPatience = false;
+    if (!exchange->request.queue.isEmpty()) {
+        RequestQueue& queue = m_queues[exchange->request.queue];
+        queue.running = exchange;
+        queue.isOutOfPatience = false;
         m_queue.asyncAfter(m_limits.lanePatience, [this, weak = std::weak_ptr(exchange)] {
             const ExchangePointer slow = weak.lock();
             if (!slow || !slow->reply)
                 return;
-            Lane& itsLane = m_lanes[slow->request.lane];
-            itsLane.isOutOfPatience = true;
-            if (itsLane.next)
+            RequestQueue& itsQueue = m_queues[slow->request.queue];
+            itsQueue.isOutOfPatience = true;
+            if (itsQueue.next)
                 slow->reply->abort();
         });
     }
@@ -167,9 +167,9 @@ void RequestRunner::received(const ExchangePointer& exchange) {
     m_running.removeOne(exchange);
     complete(exchange, answer);
 
-    if (exchange->request.lane.isEmpty())
+    if (exchange->request.queue.isEmpty())
         return;
-    if (const ExchangePointer next = m_lanes.take(exchange->request.lane).next)
+    if (const ExchangePointer next = m_queues.take(exchange->request.queue).next)
         begin(next);
 }
 

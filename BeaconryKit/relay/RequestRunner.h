@@ -36,7 +36,7 @@ private:
         QNetworkReply* reply = nullptr;
     };
     using ExchangePointer = std::shared_ptr<Exchange>;
-    struct Lane {
+    struct RequestQueue {
         ExchangePointer running;
         ExchangePointer next;
         // The running request has had the time that it may keep a newer one waiting.
@@ -53,7 +53,7 @@ private:
     const NetworkTransport::Limits m_limits;
     QNetworkAccessManager m_manager;
     QList<ExchangePointer> m_running;
-    QHash<QByteArray, Lane> m_lanes;
+    QHash<QByteArray, RequestQueue> m_queues;
 };
 
 /// Whether all headers can be sent as they stand: a line end would start another header.

@@ -5,19 +5,19 @@
 namespace pelorin {
 
 bool AskStore::contains(const AskEvent& ask) const {
-    return std::ranges::any_of(m_asks, [&](const AskRow& row) { return *row == ask; });
+    return std::ranges::any_of(m_asks, [&](const SharedAsk& row) { return *row == ask; });
 }
 
-void AskStore::setAsks(AskList asks) {
+void AskStore::setAsks(SharedAsks asks) {
     emit asksWillChange(asks);
     emit objectWillChange();
     m_asks = std::move(asks);
 }
 
 void AskStore::upsert(const AskEvent& ask) {
-    AskList asks = m_asks;
+    SharedAsks asks = m_asks;
     const auto same =
-        std::find_if(asks.cbegin(), asks.cend(), [&](const AskRow& row) { return row->id() == ask.id(); });
+        std::find_if(asks.cbegin(), asks.cend(), [&](const SharedAsk& row) { return row->id() == ask.id(); });
     auto row = std::make_shared<const AskEvent>(ask);
     if (same != asks.cend())
         asks.replace(same - asks.cbegin(), std::move(row));
@@ -28,9 +28,9 @@ void AskStore::upsert(const AskEvent& ask) {
 
 template <class Predicate>
 void AskStore::removeMatching(Predicate matches) {
-    AskList asks;
+    SharedAsks asks;
     asks.reserve(m_asks.size());
-    std::ranges::copy_if(m_asks, std::back_inserter(asks), [&](const AskRow& row) { return !matches(*row); });
+    std::ranges::copy_if(m_asks, std::back_inserter(asks), [&](const SharedAsk& row) { return !matches(*row); });
     setAsks(std::move(asks));
 }
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "BeaconryKit/model/AskList.h"
+#include "BeaconryKit/model/SharedAsks.h"
 
 #include <QObject>
 
@@ -16,7 +16,7 @@ public:
     using QObject::QObject;
 
     /// The rows, in the order in which they were first added.
-    const AskList& asks() const { return m_asks; }
+    const SharedAsks& asks() const { return m_asks; }
 
     /// Whether the store holds a row that equals the ask in every field.
     bool contains(const AskEvent& ask) const;
@@ -32,16 +32,16 @@ public:
 
 signals:
     /// The whole new list.
-    void asksWillChange(const pelorin::AskList& asks);
+    void asksWillChange(const pelorin::SharedAsks& asks);
     /// Follows the above.
     void objectWillChange();
 
 private:
-    void setAsks(AskList asks);
+    void setAsks(SharedAsks asks);
     template <class Predicate>
     void removeMatching(Predicate matches);
 
-    AskList m_asks;
+    SharedAsks m_asks;
 };
 
 } // namespace pelorin

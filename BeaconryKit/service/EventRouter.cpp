@@ -100,8 +100,8 @@ bool EventRouter::isRelevant(const AskEvent& ask) const {
 }
 
 bool EventRouter::hasWaitingPermission(const QString& sessionId) const {
-    return std::ranges::any_of(m_store.asks(),
-                               [&](const AskRow& row) { return row->sessionId == sessionId && row->isPermission(); });
+    return std::ranges::any_of(
+        m_store.asks(), [&](const SharedAsk& row) { return row->sessionId == sessionId && row->isPermission(); });
 }
 
 void EventRouter::handlePermission(const QByteArray& body, const WaitingHook& hook) {

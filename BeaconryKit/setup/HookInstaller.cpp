@@ -50,43 +50,43 @@ QString decoded(const QByteArray& bytes) {
 
 } // namespace
 
-HookInstaller::Surroundings HookInstaller::Surroundings::ofProcess() {
+HookInstaller::Dependencies HookInstaller::Dependencies::ofProcess() {
     return {.home = QDir::homePath(),
             .resourceDirectory = pelorin::resourceDirectory(),
             .currentDirectory = QDir::currentPath(),
             .environment = processEnvironment()};
 }
 
-QString HookInstaller::scriptsDir(const Surroundings& surroundings) {
-    if (surroundings.resourceDirectory && QFileInfo::exists(*surroundings.resourceDirectory + installerName))
-        return *surroundings.resourceDirectory;
-    QString directory = surroundings.currentDirectory;
+QString HookInstaller::scriptsDir(const Dependencies& dependencies) {
+    if (dependencies.resourceDirectory && QFileInfo::exists(*dependencies.resourceDirectory + installerName))
+        return *dependencies.resourceDirectory;
+    QString directory = dependencies.currentDirectory;
     for (int count = 0; count < examinedDirectories && !isRoot(directory); ++count) {
         if (QFileInfo::exists(directory + scriptsFolder + installerName))
             return directory;
         directory = parentOf(directory);
     }
-    return surroundings.currentDirectory;
+    return dependencies.currentDirectory;
 }
 
-QString HookInstaller::hooksDir(const Surroundings& surroundings) {
-    return scriptsDir(surroundings) + QStringLiteral("/hooks");
+QString HookInstaller::hooksDir(const Dependencies& dependencies) {
+    return scriptsDir(dependencies) + QStringLiteral("/hooks");
 }
 
-QString HookInstaller::settingsPath(const Surroundings& surroundings) {
-    return surroundings.home + QStringLiteral("/.claude/settings.json");
+QString HookInstaller::settingsPath(const Dependencies& dependencies) {
+    return dependencies.home + QStringLiteral("/.claude/settings.json");
 }
 
-QString HookInstaller::installerPath(const Surroundings& surroundings) {
-    return scriptIn(scriptsDir(surroundings), installerName);
+QString HookInstaller::installerPath(const Dependencies& dependencies) {
+    return scriptIn(scriptsDir(dependencies), installerName);
 }
 
-QString HookInstaller::uninstallerPath(const Surroundings& surroundings) {
-    return scriptIn(scriptsDir(surroundings), uninstallerName);
+QString HookInstaller::uninstallerPath(const Dependencies& dependencies) {
+    return scriptIn(scriptsDir(dependencies), uninstallerName);
 }
 
-bool HookInstaller::isInstalled(const Surroundings& surroundings) {
-    QFile file(settingsPath(surroundings));
+bool HookInstaller::isInstalled(const Dependencies& dependencies) {
+    QFile file(settingsPath(dependencies));
     if (!file.open(QIODevice::ReadOnly))
         return false;
     const QByteArray text = file.readAll();
@@ -97,15 +97,15 @@ bool HookInstaller::isInstalled(const Surroundings& surroundings) {
                        [&](QByteArrayView name) { return text.contains("/hooks/" + name.toByteArray()); });
 }
 
-std::optional<QString> HookInstaller::install(const Surroundings& surroundings) {
-    Environment environment = surroundings.environment;
-    environment["REPO"] = QFile::encodeName(scriptsDir(surroundings));
-    return run(installerPath(surroundings), QStringLiteral("installer"), environment, surroundings.shell);
+std::optional<QString> HookInstaller::install(const Dependencies& dependencies) {
+    Environment environment = dependencies.environment;
+    environment["REPO"] = QFile::encodeName(scriptsDir(dependencies));
+    return run(installerPath(dependencies), QStringLiteral("installer"), environment, dependencies.shell);
 }
 
-std::optional<QString> HookInstaller::uninstall(const Surroundings& surroundings) {
-    return run(uninstallerPath(surroundings), QStringLiteral("uninstaller"), surroundings.environment,
-               surroundings.shell);
+std::optional<QString> HookInstaller::uninstall(const Dependencies& dependencies) {
+    return run(uninstallerPath(dependencies), QStringLiteral("uninstaller"), dependencies.environment,
+               dependencies.shell);
 }
 
 std::optional<QString> HookInstaller::run(const QString& path, const QString& name, const Environment& environment,

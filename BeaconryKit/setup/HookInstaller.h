@@ -14,7 +14,7 @@ namespace pelorin {
 class HookInstaller {
 public:
     /// What the operations go by.
-    struct Surroundings {
+    struct Dependencies {
         QString home;
         /// Where what is shipped with the application is, if it runs as it is shipped.
         std::optional<QString> resourceDirectory;
@@ -23,7 +23,7 @@ public:
         QString shell = QStringLiteral("/bin/bash");
 
         /// Those of this process.
-        static Surroundings ofProcess();
+        static Dependencies ofProcess();
     };
 
     HookInstaller() = delete;
@@ -31,23 +31,23 @@ public:
     /// The directory that holds the scripts or, in a checkout, the folder of the scripts: the resource directory if the
     /// installer is in it, else the nearest of the current directory and its first five ancestors that has one, else
     /// the current directory.
-    static QString scriptsDir(const Surroundings& surroundings = Surroundings::ofProcess());
+    static QString scriptsDir(const Dependencies& dependencies = Dependencies::ofProcess());
 
-    static QString hooksDir(const Surroundings& surroundings = Surroundings::ofProcess());
+    static QString hooksDir(const Dependencies& dependencies = Dependencies::ofProcess());
 
     /// Claude Code's settings file.
-    static QString settingsPath(const Surroundings& surroundings = Surroundings::ofProcess());
+    static QString settingsPath(const Dependencies& dependencies = Dependencies::ofProcess());
 
     /// The scripts; the paths are given whether or not something stands there.
-    static QString installerPath(const Surroundings& surroundings = Surroundings::ofProcess());
-    static QString uninstallerPath(const Surroundings& surroundings = Surroundings::ofProcess());
+    static QString installerPath(const Dependencies& dependencies = Dependencies::ofProcess());
+    static QString uninstallerPath(const Dependencies& dependencies = Dependencies::ofProcess());
 
     /// Whether the settings name one of the hook scripts. Settings that can't be read hold no hooks.
-    static bool isInstalled(const Surroundings& surroundings = Surroundings::ofProcess());
+    static bool isInstalled(const Dependencies& dependencies = Dependencies::ofProcess());
 
     /// Nothing on success, else a message for the user.
-    static std::optional<QString> install(const Surroundings& surroundings = Surroundings::ofProcess());
-    static std::optional<QString> uninstall(const Surroundings& surroundings = Surroundings::ofProcess());
+    static std::optional<QString> install(const Dependencies& dependencies = Dependencies::ofProcess());
+    static std::optional<QString> uninstall(const Dependencies& dependencies = Dependencies::ofProcess());
 
     /// Runs the script with the shell, and with exactly this environment; `name` is what messages call it. Nothing on
     /// success, else a message for the user: what the script has said, if it has said anything.

@@ -6,38 +6,38 @@
 
 namespace pelorin {
 
-LaunchAgentControl::Surroundings LaunchAgentControl::Surroundings::ofProcess() {
-    Surroundings surroundings;
-    surroundings.environment = processEnvironment();
+LaunchAgentControl::Dependencies LaunchAgentControl::Dependencies::ofProcess() {
+    Dependencies dependencies;
+    dependencies.environment = processEnvironment();
 #ifdef Q_OS_MACOS
-    surroundings.plistPath = QDir::homePath() + QStringLiteral("/Library/LaunchAgents/com.pelorin.manager.plist");
-    surroundings.tool = QStringLiteral("/bin/launchctl");
+    dependencies.plistPath = QDir::homePath() + QStringLiteral("/Library/LaunchAgents/com.pelorin.manager.plist");
+    dependencies.tool = QStringLiteral("/bin/launchctl");
 #else
     // The base directory rules ask programs to ignore a relative path in the variable.
     QString base = qEnvironmentVariable("XDG_CONFIG_HOME");
     if (!QDir::isAbsolutePath(base))
         base = QDir::homePath() + QStringLiteral("/.config");
-    surroundings.plistPath = base + QStringLiteral("/autostart/com.pelorin.manager.desktop");
+    dependencies.plistPath = base + QStringLiteral("/autostart/com.pelorin.manager.desktop");
 #endif
-    return surroundings;
+    return dependencies;
 }
 
-QString LaunchAgentControl::plistPath(const Surroundings& surroundings) {
-    return surroundings.plistPath;
+QString LaunchAgentControl::plistPath(const Dependencies& dependencies) {
+    return dependencies.plistPath;
 }
 
-bool LaunchAgentControl::isInstalled(const Surroundings& surroundings) {
-    return QFileInfo::exists(surroundings.plistPath);
+bool LaunchAgentControl::isInstalled(const Dependencies& dependencies) {
+    return QFileInfo::exists(dependencies.plistPath);
 }
 
-std::optional<QString> LaunchAgentControl::uninstall(const Surroundings& surroundings) {
-    const QString& path = surroundings.plistPath;
-    if (!isInstalled(surroundings))
+std::optional<QString> LaunchAgentControl::uninstall(const Dependencies& dependencies) {
+    const QString& path = dependencies.plistPath;
+    if (!isInstalled(dependencies))
         return std::nullopt;
-    if (surroundings.tool) {
+    if (dependencies.tool) {
         // What the tool says, and whether it is content, does not matter: the file goes in any case.
-        const auto outcome = runScript(QFile::encodeName(*surroundings.tool), {"unload", QFile::encodeName(path)},
-                                       surroundings.environment);
+        const auto outcome = runScript(QFile::encodeName(*dependencies.tool), {"unload", QFile::encodeName(path)},
+                                       dependencies.environment);
         if (!outcome)
             return outcome.error();
     }

@@ -14,7 +14,7 @@ namespace pelorin {
 class LaunchAgentControl {
 public:
     /// What the operations go by.
-    struct Surroundings {
+    struct Dependencies {
         /// The file that makes the application start at login.
         QString plistPath;
         /// The program that has to stop what the file has started; nothing where there is none.
@@ -22,20 +22,20 @@ public:
         Environment environment;
 
         /// Those of this process.
-        static Surroundings ofProcess();
+        static Dependencies ofProcess();
     };
 
     LaunchAgentControl() = delete;
 
     /// The file that makes the application start at login.
-    static QString plistPath(const Surroundings& surroundings = Surroundings::ofProcess());
+    static QString plistPath(const Dependencies& dependencies = Dependencies::ofProcess());
 
     /// Whether it exists.
-    static bool isInstalled(const Surroundings& surroundings = Surroundings::ofProcess());
+    static bool isInstalled(const Dependencies& dependencies = Dependencies::ofProcess());
 
     /// Stops what the file has started, and removes the file. Nothing on success and when there is no such file, else a
     /// message for the user.
-    static std::optional<QString> uninstall(const Surroundings& surroundings = Surroundings::ofProcess());
+    static std::optional<QString> uninstall(const Dependencies& dependencies = Dependencies::ofProcess());
 };
 
 } // namespace pelorin

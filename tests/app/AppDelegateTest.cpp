@@ -127,7 +127,7 @@ TEST_F(AppDelegateTest, UnfoldingFillsTheRowWithWhatItsTerminalShows) {
 
 TEST_F(AppDelegateTest, UnfoldingWhatCannotBeReadChangesNothing) {
     const AskEvent ask = row();
-    const AskList before = delegate.store().asks();
+    const SharedAsks before = delegate.store().asks();
     runner.result = std::nullopt;
     delegate.handle(ask, AskAction::expand());
     EXPECT_EQ(delegate.store().asks(), before);

@@ -49,7 +49,7 @@ protected:
 
     QStringList shownIds() {
         QStringList ids;
-        for (const AskRow& ask : delegate.store().asks())
+        for (const SharedAsk& ask : delegate.store().asks())
             ids.append(ask->id());
         return ids;
     }

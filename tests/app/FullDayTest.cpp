@@ -27,7 +27,7 @@ protected:
         ASSERT_TRUE(relay.start());
         defaults.values = {{"relayURL", relay.url()}, {"relayToken", token}};
         delegate =
-            std::make_unique<AppDelegate>(AppSurroundings{.dispatch = *dispatch,
+            std::make_unique<AppDelegate>(AppDependencies{.dispatch = *dispatch,
                                                           .defaults = defaults,
                                                           .runner = runner,
                                                           .launcher = launcher,

@@ -33,8 +33,8 @@ void writeInPlace(const fs::path& path, const std::string& text) {
 // As careful programs write.
 void writeBeside(const fs::path& path, const std::string& text) {
     const fs::path beside = path.string() + ".foreign";
-    writeInPlace(beside, text);
-    fs::rename(beside, path);
+    writeInPlace(sibling, text);
+    fs::rename(sibling, path);
 }
 
 struct stat statusOf(const fs::path& path) {
@@ -45,7 +45,7 @@ struct stat statusOf(const fs::path& path) {
 
 FileEdit appending(const std::string& text) {
     return [text](const FileState& state) {
-        return FileWish{state.text.value_or("") + text};
+        return DesiredFile{state.text.value_or("") + text};
     };
 }
 
@@ -162,7 +162,7 @@ TEST_F(EditFile, MakesTheFileThatALinkLeadsTo) {
     expectEdit(file());
     EXPECT_TRUE(fs::is_symlink(file()));
     EXPECT_EQ(textOf(folder() / "elsewhere/real.json"), "+");
-    expectEdit(file(), [](const FileState&) { return FileWish{std::nullopt, 1}; });
+    expectEdit(file(), [](const FileState&) { return DesiredFile{std::nullopt, 1}; });
     EXPECT_TRUE(fs::is_symlink(file()));
     EXPECT_FALSE(fs::exists(folder() / "elsewhere"));
 }
@@ -178,13 +178,13 @@ TEST_F(EditFile, MakesMissingFoldersAndTakesThemAway) {
     std::vector<std::size_t> missing;
     const auto change = editFile(deep, [&](const FileState& state) {
         missing.push_back(state.missingFolders);
-        return FileWish{"x"};
+        return DesiredFile{"x"};
     });
     ASSERT_TRUE(change) << change.error();
     EXPECT_THAT(missing, testing::Each(2));
     EXPECT_EQ(change->before.missingFolders, 2);
     EXPECT_EQ(textOf(deep), "x");
-    expectEdit(deep, [](const FileState&) { return FileWish{std::nullopt, 2}; });
+    expectEdit(deep, [](const FileState&) { return DesiredFile{std::nullopt, 2}; });
     EXPECT_THAT(names(), IsEmpty());
 }
 
@@ -192,13 +192,13 @@ TEST_F(EditFile, LeavesFoldersThatHoldSomething) {
     fs::create_directories(folder() / "a/b");
     writeInPlace(folder() / "a/other", "");
     writeInPlace(folder() / "a/b/c.json", "x");
-    expectEdit(folder() / "a/b/c.json", [](const FileState&) { return FileWish{std::nullopt, 2}; });
+    expectEdit(folder() / "a/b/c.json", [](const FileState&) { return DesiredFile{std::nullopt, 2}; });
     EXPECT_FALSE(fs::exists(folder() / "a/b"));
     EXPECT_TRUE(fs::exists(folder() / "a/other"));
 }
 
 TEST_F(EditFile, MakesNothingWhenNothingIsWanted) {
-    expectEdit(folder() / "a/b/c.json", [](const FileState&) { return FileWish{}; });
+    expectEdit(folder() / "a/b/c.json", [](const FileState&) { return DesiredFile{}; });
     EXPECT_THAT(names(), IsEmpty());
 }
 
@@ -241,7 +241,7 @@ TEST_F(EditFile, KeepsACopyOnce) {
     writeInPlace(file(), "first");
     ASSERT_EQ(chmod(file().c_str(), 0600), 0);
     const auto edit = [this](const FileState& state) {
-        return FileWish{*state.text + "+", 0, folder() / "copy"};
+        return DesiredFile{*state.text + "+", 0, folder() / "copy"};
     };
     expectEdit(file(), edit);
     expectEdit(file(), edit);
@@ -267,7 +267,7 @@ TEST_F(EditFile, EditsAnewWhatIsChangedMeanwhile) {
         expectEdit(file(), [&](const FileState& state) {
             if (++calls == 1)
                 write();
-            return FileWish{*state.text + "+"};
+            return DesiredFile{*state.text + "+"};
         });
         EXPECT_EQ(calls, 2);
         EXPECT_EQ(textOf(file()), "foreign+");
@@ -280,14 +280,14 @@ TEST_F(EditFile, EditsAnewWhatAppearsOrGoesMeanwhile) {
     expectEdit(file(), [&](const FileState& state) {
         if (++calls == 1)
             writeInPlace(file(), "foreign");
-        return FileWish{state.text.value_or("new") + "+"};
+        return DesiredFile{state.text.value_or("new") + "+"};
     });
     EXPECT_EQ(textOf(file()), "foreign+");
     calls = 0;
     expectEdit(file(), [&](const FileState& state) {
         if (++calls == 1)
             fs::remove(file());
-        return FileWish{state.text.value_or("new") + "+"};
+        return DesiredFile{state.text.value_or("new") + "+"};
     });
     EXPECT_EQ(textOf(file()), "new+");
     EXPECT_THAT(names(), ElementsAre("settings.json"));
@@ -299,7 +299,7 @@ TEST_F(EditFile, DoesNotTakeAwayWhatIsChangedMeanwhile) {
     expectEdit(file(), [&](const FileState& state) {
         if (++calls == 1)
             writeBeside(file(), "foreign");
-        return FileWish{state.text == "a" ? std::nullopt : state.text};
+        return DesiredFile{state.text == "a" ? std::nullopt : state.text};
     });
     EXPECT_EQ(textOf(file()), "foreign");
     EXPECT_THAT(names(), ElementsAre("settings.json"));
@@ -309,7 +309,7 @@ TEST_F(EditFile, GivesUpWhenTheFileIsChangedAllTheTime) {
     int calls = 0;
     const std::string error = errorOf(file(), [&](const FileState& state) {
         writeBeside(file(), std::to_string(++calls));
-        return FileWish{state.text.value_or("") + "+"};
+        return DesiredFile{state.text.value_or("") + "+"};
     });
     EXPECT_EQ(error, file().string() + ": another program changes the file all the time");
     EXPECT_EQ(textOf(file()), std::to_string(calls));
@@ -319,7 +319,7 @@ TEST_F(EditFile, GivesUpWhenTheFileIsChangedAllTheTime) {
 TEST_F(EditFile, PassesOnWhatTheEditRefuses) {
     writeInPlace(file(), "a");
     EXPECT_EQ(errorOf(file(),
-                      [](const FileState&) -> tl::expected<FileWish, std::string> {
+                      [](const FileState&) -> tl::expected<DesiredFile, std::string> {
                           return tl::unexpected(std::string("no"));
                       }),
               "no");
@@ -335,7 +335,7 @@ TEST_F(EditFile, IsDoneOneAfterTheOther) {
         expectEdit(file(), [&](const FileState& state) {
             if (++calls == 1)
                 second = std::async(std::launch::async, [this] { expectEdit(file(), appending("2")); });
-            return FileWish{*state.text + "1"};
+            return DesiredFile{*state.text + "1"};
         });
         second.get();
         EXPECT_EQ(textOf(file()), "12");
@@ -360,9 +360,9 @@ TEST_F(EditFile, LosesNothingThatASecondProgramWrites) {
     int edits = 0;
     while (waitpid(foreign, nullptr, WNOHANG) == 0) {
         // Being overtaken for ever is no loss.
-        if (editFile(file(), [&](const FileState& state) { return FileWish{numberIn(state) + "+"}; }))
+        if (editFile(file(), [&](const FileState& state) { return DesiredFile{numberIn(state) + "+"}; }))
             ++edits;
-        const auto change = editFile(file(), [&](const FileState& state) { return FileWish{numberIn(state)}; });
+        const auto change = editFile(file(), [&](const FileState& state) { return DesiredFile{numberIn(state)}; });
         edits += change ? 1 : 0;
     }
     EXPECT_GT(edits, 0);

@@ -139,11 +139,11 @@ HookPlan flatPlan() {
 }
 
 std::vector<HookPlan> adapterPlans() {
-    const Surroundings surroundings{
+    const SetupEnvironment environment{
         .home = "/home/u", .codexHome = "/home/u/.codex", .geminiHome = "/home/u", .hooksDirectory = "/opt/p q/hooks"};
     std::vector<HookPlan> plans;
     for (const char* name : {"codex", "gemini", "cursor"})
-        plans.push_back(targetNamed(name)->plan(surroundings, ToolQuestions::on));
+        plans.push_back(targetNamed(name)->plan(environment, ToolQuestions::on));
     return plans;
 }
 

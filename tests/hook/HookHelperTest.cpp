@@ -345,7 +345,7 @@ TEST(HookHelper, GivesEveryRequestAnIdOfItsOwn) {
     }
 }
 
-TEST(HookHelper, TellsOfItsSurroundings) {
+TEST(HookHelper, TellsOfItsEnvironment) {
     LoopbackListener listener;
     const auto hook = runHook({testedHelper(), "register", "--source", "gemini"},
                               R"({"session_id":"s","source":"startup"})", listener.port(),

@@ -23,10 +23,10 @@ struct Post {
 };
 
 // What the application would find in the planned request.
-std::optional<Post> plan(const HookCall& call, std::string_view payload, const Surroundings& surroundings,
+std::optional<Post> plan(const HookCall& call, std::string_view payload, const HookEnvironment& environment,
                          const SessionStart& start = {}) {
     const auto planned =
-        planPost(call, adapterFor(call.source), readPayload(payload), surroundings, "0123456789abcdef", start);
+        planPost(call, adapterFor(call.source), readPayload(payload), environment, "0123456789abcdef", start);
     if (!planned)
         return std::nullopt;
     RequestFraming framing;
@@ -123,7 +123,7 @@ TEST(PlanPost, KeepsTheHelpersOwnMembersToItself) {
     EXPECT_EQ(post->body, R"({"session_id":"s","source":"claude"})");
 }
 
-TEST(PlanPost, AddsWhatIsKnownOfTheSurroundings) {
+TEST(PlanPost, AddsWhatIsKnownOfTheEnvironment) {
     const auto post = plan({.command = Command::clear, .source = "codex"}, R"({"session_id":"s"})",
                            {.source = "codex",
                             .tty = "pts/3",
@@ -149,7 +149,7 @@ TEST(PlanPost, NamesAndOptsInSessionsOnlyWhenTheyBegin) {
     EXPECT_EQ(later->body, R"({"session_id":"s","source":"claude"})");
 }
 
-TEST(PlanPost, EscapesWhateverTheSurroundingsHold) {
+TEST(PlanPost, EscapesWhateverTheEnvironmentHolds) {
     std::string everyByte;
     for (int byte = 1; byte < 256; ++byte)
         everyByte += static_cast<char>(byte);

@@ -186,7 +186,7 @@ TEST_F(AskListModelTest, FollowsAnyStoreInAsFewMovesAsCanBe) {
         }
         const QStringList before = ids();
         std::vector<int> kept;
-        for (const AskRow& row : store.asks()) {
+        for (const SharedAsk& row : store.asks()) {
             if (before.contains(row->id()))
                 kept.push_back(static_cast<int>(before.indexOf(row->id())));
         }

@@ -57,7 +57,7 @@ void ManagerFixture::settle() {
 
 void ManagerFixture::settleAndArm() {
     settle();
-    dispatch.advance(AskListKeeper::settleTime);
+    dispatch.advance(AskListController::settleTime);
     settle();
 }
 

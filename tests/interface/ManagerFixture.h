@@ -1,6 +1,6 @@
 #pragma once
 
-#include "tests/interface/ManagerSurroundings.h"
+#include "tests/interface/ManagerDependencies.h"
 #include "tests/interface/SampleAsks.h"
 #include "tests/interface/SceneItems.h"
 
@@ -18,7 +18,7 @@
 namespace pelorin {
 
 /// A manager window off any screen. The queues' time is moved by hand.
-class ManagerFixture : public ::testing::Test, public ManagerSurroundings {
+class ManagerFixture : public ::testing::Test, public ManagerDependencies {
 protected:
     enum Tab { pendingTab, sessionsTab, phoneTab, settingsTab };
 

@@ -153,7 +153,7 @@ TEST_F(ManagerPendingTest, ARowThatHasJustMovedTakesNoClick) {
     settle();
     QTest::mouseClick(&window(), Qt::LeftButton, {}, place);
     EXPECT_TRUE(reports.empty());
-    dispatch.advance(AskListKeeper::settleTime);
+    dispatch.advance(AskListController::settleTime);
     QTest::mouseClick(&window(), Qt::LeftButton, {}, place);
     expectReport(b, AskAction::allow());
 }

@@ -1,4 +1,4 @@
-#include "tests/interface/ManagerSurroundings.h"
+#include "tests/interface/ManagerDependencies.h"
 
 #include "BeaconryKit/interface/manager/ManagerFacade.h"
 #include "BeaconryKit/interface/manager/ManagerWindow.h"
@@ -66,7 +66,7 @@ AskEvent permission(std::size_t number, const QString& tool, const QString& summ
     return permission;
 }
 
-void fillPending(ManagerSurroundings& all) {
+void fillPending(ManagerDependencies& all) {
     const WallTime now = all.dispatch.now();
     all.store.upsert(
         permission(0, QStringLiteral("Bash"), QStringLiteral("git push --force-with-lease origin main"), now));
@@ -89,7 +89,7 @@ void fillPending(ManagerSurroundings& all) {
     all.store.upsert(edit);
 }
 
-void fillSessions(ManagerSurroundings& all) {
+void fillSessions(ManagerDependencies& all) {
     for (std::size_t i = 0; i < samples.size(); ++i)
         all.registry.registerSession(session(i));
     all.registry.setMuted(true, session(2).sessionId);
@@ -97,7 +97,7 @@ void fillSessions(ManagerSurroundings& all) {
     all.registry.setPolicy(AutoDecision::deny, session(3).sessionId);
 }
 
-void answerRelay(ManagerSurroundings& all) {
+void answerRelay(ManagerDependencies& all) {
     all.dispatch.runDue();
     for (const auto& sent : all.transport.sent)
         sent.answer(R"json({"devices": [
@@ -119,7 +119,7 @@ bool isSettled(QQuickItem* item) {
     return !QQuickTest::qIsPolishScheduled(item) && std::ranges::all_of(item->childItems(), isSettled);
 }
 
-bool settle(ManagerSurroundings& all, ManagerWindow& window) {
+bool settle(ManagerDependencies& all, ManagerWindow& window) {
     // Colours and knobs take a moment to get where they belong.
     QTest::qWait(200);
     return QTest::qWaitFor(
@@ -131,7 +131,7 @@ bool settle(ManagerSurroundings& all, ManagerWindow& window) {
 }
 
 bool save(const QString& path, int tab, bool isFull, QSize size) {
-    ManagerSurroundings all;
+    ManagerDependencies all;
     if (isFull) {
         fillPending(all);
         fillSessions(all);
@@ -149,7 +149,7 @@ bool save(const QString& path, int tab, bool isFull, QSize size) {
         answerRelay(all);
     if (!settle(all, window))
         return false;
-    all.dispatch.advance(AskListKeeper::settleTime);
+    all.dispatch.advance(AskListController::settleTime);
     if (!settle(all, window))
         return false;
     return window.grabWindow().save(path);

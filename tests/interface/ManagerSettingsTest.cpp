@@ -304,13 +304,13 @@ TEST_F(ManagerSettingsTest, TracksAllSessionsOrOnlySome) {
 
 TEST(HookSetup, DoesNotBlockTheMainThread) {
     // The real queues: the script ends only once the main thread has gone on.
-    ManagerSurroundings surroundings;
-    surroundings.write("install-hooks.sh", "until [ -e \"$HOME/go\" ]; do read -t 0.01 <> <(:) || true; done; exit 4");
+    ManagerDependencies dependencies;
+    dependencies.write("install-hooks.sh", "until [ -e \"$HOME/go\" ]; do read -t 0.01 <> <(:) || true; done; exit 4");
     const auto dispatch = makeSystemDispatch();
-    HookSetup setup(*dispatch, surroundings.parts().hooks);
+    HookSetup setup(*dispatch, dependencies.parts().hooks);
     setup.install();
     EXPECT_TRUE(setup.isBusy());
-    surroundings.write("home/go", "");
+    dependencies.write("home/go", "");
     EXPECT_TRUE(QTest::qWaitFor([&] { return !setup.isBusy(); }, 20'000));
     EXPECT_EQ(setup.message(), QStringLiteral("The installer exited with code 4."));
 }

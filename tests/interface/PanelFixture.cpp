@@ -20,7 +20,7 @@ PanelFixture::PanelFixture() {
             reports.push_back({ask.id(), action});
             reportedAsks.append(ask);
         },
-        PanelSurroundings{std::move(ownScreens), std::move(ownPlatform), makeInterfaceEngine()});
+        PanelDependencies{std::move(ownScreens), std::move(ownPlatform), makeInterfaceEngine()});
 }
 
 PanelFixture::~PanelFixture() = default;

@@ -40,13 +40,13 @@ public:
         m_plain.prepare(window);
     }
     bool isCompositing() const override { return compositing; }
-    void takeKeys(QWindow& window) override {
+    void takeKeyboard(QWindow& window) override {
         ++taken;
-        m_plain.takeKeys(window);
+        m_plain.takeKeyboard(window);
     }
-    void giveKeysBack(QWindow& window) override {
+    void giveKeyboardBack(QWindow& window) override {
         ++givenBack;
-        m_plain.giveKeysBack(window);
+        m_plain.giveKeyboardBack(window);
     }
 
     bool compositing = true;

@@ -174,7 +174,7 @@ TEST_F(PanelTest, EndsUpAsTheStoreWhateverHappensMeanwhile) {
             height += item->height();
         }
         QStringList expected;
-        for (const AskRow& ask : store.asks())
+        for (const SharedAsk& ask : store.asks())
             expected.append(ask->id());
         return ids == expected && panel().frame().height() == qCeil(height);
     };
@@ -184,7 +184,7 @@ TEST_F(PanelTest, EndsUpAsTheStoreWhateverHappensMeanwhile) {
                            .arg(panel().frame().height())
                            .arg(controller->hosting().height())
                            .arg(controller->hosting().implicitHeight());
-        for (const AskRow& ask : store.asks())
+        for (const SharedAsk& ask : store.asks())
             text += u' ' + ask->id();
         for (QQuickItem* item : itemsOfType(&controller->hosting(), "AskRow"))
             text += QStringLiteral("; %1 at %2, %3 high")
@@ -662,7 +662,7 @@ TEST_F(ReplyTest, ShowsWhatToTypeThere) {
     EXPECT_EQ(control(b, reply), nullptr);
 }
 
-TEST_F(ReplyTest, TakesTheKeysOnlyOnceTheFieldIsClicked) {
+TEST_F(ReplyTest, TakesTheKeyboardOnlyOnceTheFieldIsClicked) {
     EXPECT_EQ(platform->taken, 0);
     EXPECT_TRUE(panel().flags().testFlag(Qt::WindowDoesNotAcceptFocus));
     startTyping();
@@ -671,7 +671,7 @@ TEST_F(ReplyTest, TakesTheKeysOnlyOnceTheFieldIsClicked) {
     EXPECT_FALSE(panel().flags().testFlag(Qt::WindowDoesNotAcceptFocus));
 }
 
-TEST_F(ReplyTest, SendsOnReturnAndGivesTheKeysBack) {
+TEST_F(ReplyTest, SendsOnReturnAndGivesTheKeyboardBack) {
     startTyping();
     type(QStringLiteral("use the other chart"));
     EXPECT_EQ(typed(), QStringLiteral("use the other chart"));
@@ -710,7 +710,7 @@ TEST_F(ReplyTest, SendsNoBlanks) {
     EXPECT_FALSE(control(a, sendReply)->isEnabled());
 }
 
-TEST_F(ReplyTest, EscapeGivesTheKeysBackAndKeepsTheText) {
+TEST_F(ReplyTest, EscapeGivesTheKeyboardBackAndKeepsTheText) {
     startTyping();
     type(QStringLiteral("half"));
     QTest::keyClick(&panel(), Qt::Key_Escape);
@@ -720,14 +720,14 @@ TEST_F(ReplyTest, EscapeGivesTheKeysBackAndKeepsTheText) {
     EXPECT_TRUE(reports.empty());
 }
 
-TEST_F(ReplyTest, EscapeOnAnyControlGivesTheKeysBack) {
+TEST_F(ReplyTest, EscapeOnAnyControlGivesTheKeyboardBack) {
     startTyping();
     QTest::keyClick(&panel(), Qt::Key_Tab);
     QTest::keyClick(&panel(), Qt::Key_Escape);
     EXPECT_EQ(platform->givenBack, 1);
 }
 
-TEST_F(ReplyTest, GivesTheKeysBackWhenTheRowGoes) {
+TEST_F(ReplyTest, GivesTheKeyboardBackWhenTheRowGoes) {
     startTyping();
     store.remove(a);
     dispatch.runDue();
@@ -735,19 +735,19 @@ TEST_F(ReplyTest, GivesTheKeysBackWhenTheRowGoes) {
     EXPECT_TRUE(isShown());
 }
 
-TEST_F(ReplyTest, GivesTheKeysBackWhenTheRowIsFolded) {
+TEST_F(ReplyTest, GivesTheKeyboardBackWhenTheRowIsFolded) {
     startTyping();
     click(a, hideDetails);
     EXPECT_EQ(platform->givenBack, 1);
 }
 
-TEST_F(ReplyTest, GivesTheKeysBackWhenThePanelHides) {
+TEST_F(ReplyTest, GivesTheKeyboardBackWhenThePanelHides) {
     startTyping();
     controller->setSilenced(true);
     EXPECT_EQ(platform->givenBack, 1);
 }
 
-TEST_F(ReplyTest, LetsGoOfTheKeysWhenTheUserGoesElsewhere) {
+TEST_F(ReplyTest, LetsGoOfTheKeyboardWhenTheUserGoesElsewhere) {
     startTyping();
     QWindow other;
     other.show();

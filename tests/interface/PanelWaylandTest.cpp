@@ -25,7 +25,7 @@ public:
                              "XDG_RUNTIME_DIR=" + qEnvironmentVariable("XDG_RUNTIME_DIR").toStdString()}});
     }
 
-    bool hasKeys() const { return desktop->focusedTitle() == QStringLiteral("Other"); }
+    bool hasKeyboard() const { return desktop->focusedTitle() == QStringLiteral("Other"); }
 
     /// Whether it has been typed into it, and nothing else.
     bool hasBeenTyped(const std::string& text) {
@@ -42,7 +42,7 @@ protected:
     void SetUp() override { desktop->command("workspace 1"); }
 
     void open(OtherWindow& other) {
-        ASSERT_TRUE(eventually([&] { return other.hasKeys() && isOther(pixel({1200, 780})); }));
+        ASSERT_TRUE(eventually([&] { return other.hasKeyboard() && isOther(pixel({1200, 780})); }));
     }
 
     void click(const QPoint& place) { desktop->click(place); }
@@ -78,7 +78,7 @@ TEST_F(PanelWaylandTest, TakesNoFocusWhenItComesWhenItIsClickedAndWhenItGoes) {
     OtherWindow other({"fullscreen"});
     open(other);
     show(ask());
-    EXPECT_TRUE(other.hasKeys());
+    EXPECT_TRUE(other.hasKeyboard());
     EXPECT_FALSE(controller->panel().isActive());
     desktop->type("ls");
     EXPECT_TRUE(other.hasBeenTyped("ls"));
@@ -89,7 +89,7 @@ TEST_F(PanelWaylandTest, TakesNoFocusWhenItComesWhenItIsClickedAndWhenItGoes) {
     store.remove(id);
     EXPECT_TRUE(eventually([&] { return !controller->panel().isVisible(); }));
     EXPECT_TRUE(eventually([&] { return isOther(pixel({640, 20})); }));
-    EXPECT_TRUE(other.hasKeys());
+    EXPECT_TRUE(other.hasKeyboard());
 }
 
 TEST_F(PanelWaylandTest, LetsClicksThroughBesideWhatItShows) {
@@ -186,8 +186,8 @@ protected:
     OtherWindow other;
 };
 
-TEST_F(ReplyOnWayland, TakesTheKeysWhenTheFieldIsClickedAndGivesThemBackAfterSending) {
-    EXPECT_TRUE(other.hasKeys());
+TEST_F(ReplyOnWayland, TakesTheKeyboardWhenTheFieldIsClickedAndGivesThemBackAfterSending) {
+    EXPECT_TRUE(other.hasKeyboard());
     startTyping();
     desktop->type("yes please");
     EXPECT_TRUE(eventually([&] { return inField() == QStringLiteral("yes please"); })) << inField().toStdString();
@@ -200,7 +200,7 @@ TEST_F(ReplyOnWayland, TakesTheKeysWhenTheFieldIsClickedAndGivesThemBackAfterSen
     EXPECT_EQ(inField(), QStringLiteral("yes please"));
 }
 
-TEST_F(ReplyOnWayland, GivesTheKeysBackOnEscapeAndTakesThemAgain) {
+TEST_F(ReplyOnWayland, GivesTheKeyboardBackOnEscapeAndTakesThemAgain) {
     startTyping();
     desktop->type("half");
     EXPECT_TRUE(eventually([&] { return inField() == QStringLiteral("half"); })) << inField().toStdString();
@@ -213,7 +213,7 @@ TEST_F(ReplyOnWayland, GivesTheKeysBackOnEscapeAndTakesThemAgain) {
     EXPECT_TRUE(eventually([&] { return inField().contains(QLatin1Char('b')); })) << inField().toStdString();
 }
 
-TEST_F(ReplyOnWayland, GivesTheKeysBackWhenTheAskGoes) {
+TEST_F(ReplyOnWayland, GivesTheKeyboardBackWhenTheAskGoes) {
     startTyping();
     store.remove(id);
     EXPECT_TRUE(eventually([&] { return !controller->panel().isVisible(); }));

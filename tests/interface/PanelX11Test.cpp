@@ -38,7 +38,7 @@ public:
         m_process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
         m_process.start(QStringLiteral(PELORIN_BINARY_DIR "/other_window"), arguments);
         EXPECT_TRUE(m_process.waitForStarted());
-        EXPECT_TRUE(eventually([this] { return hasKeys(); }));
+        EXPECT_TRUE(eventually([this] { return hasKeyboard(); }));
     }
     ~OtherWindow() {
         m_process.kill();
@@ -48,7 +48,7 @@ public:
     OtherWindow& operator=(const OtherWindow&) = delete;
 
     /// Whether the manager calls it the active one and the server sends the keys there.
-    bool hasKeys() {
+    bool hasKeyboard() {
         m_window = xdotool({QStringLiteral("search"), QStringLiteral("--all"), QStringLiteral("--pid"),
                             QString::number(m_process.processId()), QStringLiteral("--onlyvisible"),
                             QStringLiteral("--name"), QStringLiteral("^Other$")});
@@ -104,13 +104,13 @@ TEST_F(PanelX11Test, HangsFromTheMiddleOfTheTopEdge) {
 TEST_F(PanelX11Test, TakesNoFocusWhenItComesAndGoes) {
     OtherWindow other;
     show(ask());
-    EXPECT_TRUE(other.hasKeys());
+    EXPECT_TRUE(other.hasKeyboard());
     EXPECT_FALSE(controller->panel().isActive());
     type(QStringLiteral("ls"));
     EXPECT_TRUE(eventually([&] { return other.typed() == QStringLiteral("ls"); })) << other.typed().toStdString();
     store.remove(id);
     EXPECT_TRUE(eventually([&] { return !controller->panel().isVisible(); }));
-    EXPECT_TRUE(other.hasKeys());
+    EXPECT_TRUE(other.hasKeyboard());
 }
 
 TEST_F(PanelX11Test, ActsOnTheFirstClickAndTakesNoFocusByIt) {
@@ -119,7 +119,7 @@ TEST_F(PanelX11Test, ActsOnTheFirstClickAndTakesNoFocusByIt) {
     click(allow);
     EXPECT_TRUE(eventually([&] { return !reports.isEmpty(); }));
     EXPECT_EQ(reports, QList<AskAction>({AskAction::allow()}));
-    EXPECT_TRUE(other.hasKeys());
+    EXPECT_TRUE(other.hasKeyboard());
     type(QStringLiteral("pwd"));
     EXPECT_TRUE(eventually([&] { return other.typed() == QStringLiteral("pwd"); })) << other.typed().toStdString();
 }
@@ -132,7 +132,7 @@ TEST_F(PanelX11Test, StandsAboveAFullscreenWindow) {
     EXPECT_TRUE(isOther(pixel({100, 5})));
     click(allow);
     EXPECT_TRUE(eventually([&] { return reports == QList<AskAction>({AskAction::allow()}); }));
-    EXPECT_TRUE(other.hasKeys());
+    EXPECT_TRUE(other.hasKeyboard());
 }
 
 TEST_F(PanelX11Test, StaysAboveAFullscreenWindowThatComesLater) {
@@ -163,7 +163,7 @@ TEST_F(PanelX11Test, MasksItsCornersWithoutACompositor) {
     EXPECT_TRUE(isPanel(pixel(frame.bottomLeft() + QPoint(230, -3))));
     // What does not belong to the panel lets clicks through.
     click(frame.bottomLeft() + QPoint(1, -1));
-    EXPECT_TRUE(other.hasKeys());
+    EXPECT_TRUE(other.hasKeyboard());
     EXPECT_TRUE(reports.isEmpty());
 }
 
@@ -204,26 +204,26 @@ protected:
     OtherWindow other;
 };
 
-TEST_F(ReplyOnX11, TakesTheKeysWhenTheFieldIsClickedAndGivesThemBackAfterSending) {
-    EXPECT_TRUE(other.hasKeys());
+TEST_F(ReplyOnX11, TakesTheKeyboardWhenTheFieldIsClickedAndGivesThemBackAfterSending) {
+    EXPECT_TRUE(other.hasKeyboard());
     startTyping();
     type(QStringLiteral("yes please"));
     EXPECT_TRUE(eventually([&] { return inField() == QStringLiteral("yes please"); })) << inField().toStdString();
     key(QStringLiteral("Return"));
     EXPECT_TRUE(
         eventually([&] { return reports == QList<AskAction>({AskAction::text(QStringLiteral("yes please"))}); }));
-    EXPECT_TRUE(eventually([&] { return other.hasKeys(); }));
+    EXPECT_TRUE(eventually([&] { return other.hasKeyboard(); }));
     type(QStringLiteral("more"));
     EXPECT_TRUE(eventually([&] { return other.typed() == QStringLiteral("more"); })) << other.typed().toStdString();
     EXPECT_EQ(inField(), QStringLiteral("yes please"));
 }
 
-TEST_F(ReplyOnX11, GivesTheKeysBackOnEscapeAndTakesThemAgain) {
+TEST_F(ReplyOnX11, GivesTheKeyboardBackOnEscapeAndTakesThemAgain) {
     startTyping();
     type(QStringLiteral("ha"));
     EXPECT_TRUE(eventually([&] { return inField() == QStringLiteral("ha"); }));
     key(QStringLiteral("Escape"));
-    EXPECT_TRUE(eventually([&] { return other.hasKeys(); }));
+    EXPECT_TRUE(eventually([&] { return other.hasKeyboard(); }));
     startTyping();
     // The second click within a moment has selected the word.
     key(QStringLiteral("End"));
@@ -232,20 +232,20 @@ TEST_F(ReplyOnX11, GivesTheKeysBackOnEscapeAndTakesThemAgain) {
     EXPECT_EQ(other.typed(), QString());
 }
 
-TEST_F(ReplyOnX11, LeavesTheKeysToTheWindowThatTheUserClicks) {
+TEST_F(ReplyOnX11, LeavesTheKeyboardToTheWindowThatTheUserClicks) {
     startTyping();
     click(QPoint(640, 500));
-    EXPECT_TRUE(eventually([&] { return other.hasKeys(); }));
+    EXPECT_TRUE(eventually([&] { return other.hasKeyboard(); }));
     EXPECT_TRUE(eventually([&] { return !controller->panel().isActive(); }));
     type(QStringLiteral("x"));
     EXPECT_TRUE(eventually([&] { return other.typed() == QStringLiteral("x"); }));
     EXPECT_EQ(inField(), QString());
 }
 
-TEST_F(ReplyOnX11, GivesTheKeysBackWhenTheAskGoes) {
+TEST_F(ReplyOnX11, GivesTheKeyboardBackWhenTheAskGoes) {
     startTyping();
     store.remove(id);
-    EXPECT_TRUE(eventually([&] { return other.hasKeys(); }));
+    EXPECT_TRUE(eventually([&] { return other.hasKeyboard(); }));
 }
 
 TEST_F(ReplyOnX11, SurvivesThatTheOtherWindowGoesMeanwhile) {
@@ -254,9 +254,9 @@ TEST_F(ReplyOnX11, SurvivesThatTheOtherWindowGoesMeanwhile) {
     second.reset();
     // The manager may hand the focus on by itself; either way the field lets go of it without an error.
     key(QStringLiteral("Escape"));
-    EXPECT_TRUE(eventually([&] { return !controller->panel().isActive() || other.hasKeys(); }));
+    EXPECT_TRUE(eventually([&] { return !controller->panel().isActive() || other.hasKeyboard(); }));
     click(QPoint(640, 500));
-    EXPECT_TRUE(eventually([&] { return other.hasKeys(); }));
+    EXPECT_TRUE(eventually([&] { return other.hasKeyboard(); }));
 }
 
 } // namespace

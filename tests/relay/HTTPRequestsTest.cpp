@@ -228,11 +228,11 @@ TEST_F(HTTPRequestsTest, EndARedirectThatGoesRound) {
     EXPECT_EQ(relay.requests().size(), 6);
 }
 
-TEST_F(HTTPRequestsTest, OfOneLaneArriveInOrderAndOnlyTheNewestWaits) {
+TEST_F(HTTPRequestsTest, OfOneQueueArriveInOrderAndOnlyTheNewestWaits) {
     ASSERT_TRUE(relay.start());
     relay.answer("/sync", TestRelayAnswer{Kind::held, {}});
     HTTPRequest push = post("/sync", R"({"asks":[1]})");
-    push.lane = "lane";
+    push.queue = "queue";
     transport->send(push, replies.note("first"));
     ASSERT_TRUE(eventually([&] { return relay.requests().size() == 1; }));
     for (const QByteArray name : {"second", "third", "fourth"}) {
@@ -240,10 +240,10 @@ TEST_F(HTTPRequestsTest, OfOneLaneArriveInOrderAndOnlyTheNewestWaits) {
         transport->send(push, replies.note(name));
     }
     ASSERT_TRUE(eventually([&] { return replies.count() == 2; }));
-    // Another lane and no lane at all wait for nothing.
+    // Another queue and no queue at all wait for nothing.
     HTTPRequest other = get("/poll");
     EXPECT_TRUE(outcome(other));
-    other.lane = "other";
+    other.queue = "other";
     EXPECT_TRUE(outcome(other));
     EXPECT_EQ(relay.requests("/sync").size(), 1);
     relay.answer("/sync", std::nullopt);
@@ -257,12 +257,12 @@ TEST_F(HTTPRequestsTest, OfOneLaneArriveInOrderAndOnlyTheNewestWaits) {
     EXPECT_TRUE(replies[5]);
 }
 
-TEST_F(HTTPRequestsTest, OfOneLaneDoNotWaitForEver) {
+TEST_F(HTTPRequestsTest, OfOneQueueDoNotWaitForEver) {
     transport.emplace(NetworkTransport::Limits{.lanePatience = 20ms});
     ASSERT_TRUE(relay.start());
     relay.answer("/sync", TestRelayAnswer{Kind::silence, {}});
     HTTPRequest push = post("/sync", R"({"asks":[1]})");
-    push.lane = "lane";
+    push.queue = "queue";
     transport->send(push, replies.note("stuck"));
     ASSERT_TRUE(eventually([&] { return relay.requests().size() == 1; }));
     // The patience is out before anybody waits: who comes then takes its place at once.
@@ -286,7 +286,7 @@ TEST_F(HTTPRequestsTest, EndWithTheTransport) {
     ASSERT_TRUE(relay.start());
     relay.answer("/sync", TestRelayAnswer{Kind::silence, {}});
     HTTPRequest push = post("/sync", "{}");
-    push.lane = "lane";
+    push.queue = "queue";
     transport->send(push, replies.note("under way"));
     transport->send(push, replies.note("waiting"));
     ASSERT_TRUE(eventually([&] { return relay.requests().size() == 1; }));

@@ -83,17 +83,17 @@ TEST_F(RelayClientTest, PushesAnEmptyListAsSuch) {
     EXPECT_EQ(last().body, R"({"asks":[]})");
 }
 
-TEST_F(RelayClientTest, KeepsPushesInOneLaneAndNothingElse) {
+TEST_F(RelayClientTest, KeepsPushesInOneQueueAndNothingElse) {
     client->sync({}, "https://relay.test", "tok");
     client->sync({}, "https://relay.test", "tok");
     ASSERT_EQ(transport.sent.size(), 2);
-    EXPECT_EQ(transport.sent[0].request.lane, transport.sent[1].request.lane);
-    EXPECT_NE(transport.sent[0].request.lane, "");
+    EXPECT_EQ(transport.sent[0].request.queue, transport.sent[1].request.queue);
+    EXPECT_NE(transport.sent[0].request.queue, "");
     client->clear("r1", "https://relay.test", "tok");
-    EXPECT_EQ(last().lane, "");
+    EXPECT_EQ(last().queue, "");
     startPolling();
     dispatch.advance(5s);
-    EXPECT_EQ(last().lane, "");
+    EXPECT_EQ(last().queue, "");
 }
 
 TEST_F(RelayClientTest, ClearsOneAsk) {

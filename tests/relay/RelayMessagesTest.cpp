@@ -112,14 +112,14 @@ TEST(ProvisioningReply, GivesTheTokenWithoutBlanks) {
 
 TEST(PushBody, HasSixKeysOfEachAsk) {
     const auto received = WallTime(std::chrono::microseconds(1'700'000'000'123'456));
-    const AskList asks{std::make_shared<AskEvent>(AskEvent{.sessionId = "s1",
-                                                           .cwd = "/home/ann/boat/.claude/worktrees/x",
-                                                           .receivedAt = received,
-                                                           .requestId = "r1",
-                                                           .toolName = "Bash",
-                                                           .actionSummary = "make check"}),
-                       std::make_shared<AskEvent>(AskEvent{
-                           .sessionId = "s2", .message = "waiting", .receivedAt = WallTime{}, .source = "codex"})};
+    const SharedAsks asks{std::make_shared<AskEvent>(AskEvent{.sessionId = "s1",
+                                                              .cwd = "/home/ann/boat/.claude/worktrees/x",
+                                                              .receivedAt = received,
+                                                              .requestId = "r1",
+                                                              .toolName = "Bash",
+                                                              .actionSummary = "make check"}),
+                          std::make_shared<AskEvent>(AskEvent{
+                              .sessionId = "s2", .message = "waiting", .receivedAt = WallTime{}, .source = "codex"})};
     const QJsonArray expected{QJsonObject{{"id", "r1"},
                                           {"project", "boat"},
                                           {"message", "Bash: make check"},

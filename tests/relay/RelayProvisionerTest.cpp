@@ -38,7 +38,7 @@ TEST_F(RelayProvisionerTest, AsksForATokenByTheComputersName) {
     EXPECT_THAT(request.headers, ElementsAre(std::pair<QByteArray, QByteArray>("content-type", "application/json")));
     EXPECT_EQ(request.body, R"({"name":"Ann's \"desk\""})");
     EXPECT_EQ(request.timeout, 12s);
-    EXPECT_EQ(request.lane, "");
+    EXPECT_EQ(request.queue, "");
 }
 
 TEST_F(RelayProvisionerTest, AppendsThePathToTheAddressAsItStands) {

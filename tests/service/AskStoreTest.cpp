@@ -13,9 +13,9 @@ AskEvent permission(const char* sessionId, const char* requestId) {
     return {.sessionId = sessionId, .requestId = requestId};
 }
 
-QStringList ids(const AskList& asks) {
+QStringList ids(const SharedAsks& asks) {
     QStringList list;
-    for (const AskRow& ask : asks)
+    for (const SharedAsk& ask : asks)
         list << ask->id();
     return list;
 }
@@ -23,7 +23,7 @@ QStringList ids(const AskList& asks) {
 class AskStoreTest : public ::testing::Test {
 protected:
     AskStoreTest() {
-        QObject::connect(&store, &AskStore::asksWillChange, [this](const AskList& asks) {
+        QObject::connect(&store, &AskStore::asksWillChange, [this](const SharedAsks& asks) {
             ++publications;
             published = ids(asks);
             storedAtPublication = ids(store.asks());
@@ -117,7 +117,7 @@ TEST_F(AskStoreTest, KnowsARowByEveryField) {
 
 TEST_F(AskStoreTest, ListsThatWereTakenDoNotChange) {
     store.upsert(notice("a"));
-    const AskList taken = store.asks();
+    const SharedAsks taken = store.asks();
     store.upsert(notice("b"));
     EXPECT_EQ(ids(taken), QStringList({"a"}));
 }

@@ -18,16 +18,16 @@ using namespace std::chrono_literals;
 class Broker {
 public:
     Broker() {
-        QObject::connect(&store, &AskStore::asksWillChange, [this](const AskList& asks) {
+        QObject::connect(&store, &AskStore::asksWillChange, [this](const SharedAsks& asks) {
             const QString now = rowsText(asks);
             if (now != std::exchange(m_rows, now))
                 log << "rows: " + now;
         });
     }
 
-    static QString rowsText(const AskList& asks) {
+    static QString rowsText(const SharedAsks& asks) {
         QStringList rows;
-        for (const AskRow& ask : asks)
+        for (const SharedAsk& ask : asks)
             rows << ask->id() + (ask->isPermission() ? " ? " : " . ") + ask->displayMessage();
         return rows.join(" | ");
     }

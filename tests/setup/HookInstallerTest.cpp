@@ -38,7 +38,7 @@ protected:
     // So deep that no checkout can be found above it.
     fs::path folder() const { return m_directory.path() / "1/2/3/4/5/6"; }
 
-    HookInstaller::Surroundings surroundings(const fs::path& currentDirectory) const {
+    HookInstaller::Dependencies dependencies(const fs::path& currentDirectory) const {
         return {.home = toText(folder() / "home"),
                 .resourceDirectory = std::nullopt,
                 .currentDirectory = toText(currentDirectory),
@@ -59,7 +59,7 @@ protected:
 
     bool readsAsInstalled(const std::string& settings) const {
         write(folder() / "home/.claude/settings.json", settings);
-        return HookInstaller::isInstalled(surroundings(folder()));
+        return HookInstaller::isInstalled(dependencies(folder()));
     }
 
 private:
@@ -68,7 +68,7 @@ private:
 
 TEST_F(HookInstallerTest, TakesTheResourceDirectoryThatHoldsTheInstaller) {
     const fs::path checkout = makeCheckout("");
-    auto shipped = surroundings(checkout);
+    auto shipped = dependencies(checkout);
     shipped.resourceDirectory = toText(folder() / "Resources");
     EXPECT_EQ(HookInstaller::scriptsDir(shipped), toText(checkout));
     // A folder of scripts in it is not the shipped layout.
@@ -84,28 +84,28 @@ TEST_F(HookInstallerTest, FindsTheCheckoutFromFiveLevelsBelowAtTheMost) {
     const std::string below[] = {"", "a", "a/b", "a/b/c", "a/b/c/d", "a/b/c/d/e"};
     for (const std::string& levels : below) {
         const fs::path directory = levels.empty() ? checkout : checkout / levels;
-        EXPECT_EQ(HookInstaller::scriptsDir(surroundings(directory)), toText(checkout)) << levels;
+        EXPECT_EQ(HookInstaller::scriptsDir(dependencies(directory)), toText(checkout)) << levels;
     }
     for (const std::string levels : {"a/b/c/d/e/f", "a/b/c/d/e/f/g"})
-        EXPECT_EQ(HookInstaller::scriptsDir(surroundings(checkout / levels)), toText(checkout / levels)) << levels;
-    EXPECT_EQ(HookInstaller::hooksDir(surroundings(checkout / "a")), toText(checkout / "hooks"));
+        EXPECT_EQ(HookInstaller::scriptsDir(dependencies(checkout / levels)), toText(checkout / levels)) << levels;
+    EXPECT_EQ(HookInstaller::hooksDir(dependencies(checkout / "a")), toText(checkout / "hooks"));
 }
 
 TEST_F(HookInstallerTest, TakesTheNearestCheckout) {
     const fs::path outer = makeCheckout("");
     write(outer / "inner/scripts/install-hooks.sh", "");
-    EXPECT_EQ(HookInstaller::scriptsDir(surroundings(outer / "inner/a")), toText(outer / "inner"));
+    EXPECT_EQ(HookInstaller::scriptsDir(dependencies(outer / "inner/a")), toText(outer / "inner"));
 }
 
 TEST_F(HookInstallerTest, StaysWhereItIsWithoutACheckout) {
-    EXPECT_EQ(HookInstaller::scriptsDir(surroundings(folder() / "a/b")), toText(folder() / "a/b"));
-    EXPECT_EQ(HookInstaller::scriptsDir(surroundings("/")), QStringLiteral("/"));
-    EXPECT_EQ(HookInstaller::scriptsDir(surroundings("/none")), QStringLiteral("/none"));
+    EXPECT_EQ(HookInstaller::scriptsDir(dependencies(folder() / "a/b")), toText(folder() / "a/b"));
+    EXPECT_EQ(HookInstaller::scriptsDir(dependencies("/")), QStringLiteral("/"));
+    EXPECT_EQ(HookInstaller::scriptsDir(dependencies("/none")), QStringLiteral("/none"));
 }
 
 TEST_F(HookInstallerTest, LooksForTheScriptsDirectlyAndInTheirFolder) {
     const fs::path checkout = makeCheckout("");
-    auto places = surroundings(checkout);
+    auto places = dependencies(checkout);
     EXPECT_EQ(HookInstaller::installerPath(places), toText(checkout / "scripts/install-hooks.sh"));
     EXPECT_EQ(HookInstaller::uninstallerPath(places), toText(checkout / "scripts/uninstall-hooks.sh"));
     write(checkout / "install-hooks.sh", "");
@@ -113,15 +113,15 @@ TEST_F(HookInstallerTest, LooksForTheScriptsDirectlyAndInTheirFolder) {
     EXPECT_EQ(HookInstaller::installerPath(places), toText(checkout / "install-hooks.sh"));
     EXPECT_EQ(HookInstaller::uninstallerPath(places), toText(checkout / "uninstall-hooks.sh"));
     // Where there are none, the paths are those in the folder.
-    places = surroundings(folder() / "nothing");
+    places = dependencies(folder() / "nothing");
     EXPECT_EQ(HookInstaller::installerPath(places), toText(folder() / "nothing/scripts/install-hooks.sh"));
     EXPECT_EQ(HookInstaller::uninstallerPath(places), toText(folder() / "nothing/scripts/uninstall-hooks.sh"));
 }
 
 TEST_F(HookInstallerTest, ReadsTheSettingsOfClaudeCode) {
-    EXPECT_EQ(HookInstaller::settingsPath(surroundings(folder())), toText(folder() / "home/.claude/settings.json"));
+    EXPECT_EQ(HookInstaller::settingsPath(dependencies(folder())), toText(folder() / "home/.claude/settings.json"));
     EXPECT_EQ(HookInstaller::settingsPath(), QDir::homePath() + "/.claude/settings.json");
-    EXPECT_FALSE(HookInstaller::isInstalled(surroundings(folder())));
+    EXPECT_FALSE(HookInstaller::isInstalled(dependencies(folder())));
     for (const std::string name : {"permission", "notify", "clear", "register", "unregister"}) {
         EXPECT_TRUE(
             readsAsInstalled(R"({"hooks": {"Stop": [{"command": "/x/hooks/claude-)" + name + R"(-hook.sh"}]}})"))
@@ -153,12 +153,12 @@ TEST_F(HookInstallerTest, GoesByTheTextOfTheSettings) {
 
 TEST_F(HookInstallerTest, TakesUnreadableSettingsForNone) {
     fs::create_directories(folder() / "home/.claude/settings.json");
-    EXPECT_FALSE(HookInstaller::isInstalled(surroundings(folder())));
+    EXPECT_FALSE(HookInstaller::isInstalled(dependencies(folder())));
 }
 
 TEST_F(HookInstallerTest, InstallsWithTheScriptsDirectoryInTheEnvironment) {
     const fs::path checkout = makeCheckout("env >\"$OUT\"; echo \"$# $0\" >>\"$OUT\"\necho told\necho warned >&2\n");
-    auto places = surroundings(checkout / "a");
+    auto places = dependencies(checkout / "a");
     places.environment["OUT"] = (folder() / "out").string().c_str();
     places.environment["REPO"] = "inherited";
     places.environment["ODD"] = "\xFF = x";
@@ -172,14 +172,14 @@ TEST_F(HookInstallerTest, InstallsWithTheScriptsDirectoryInTheEnvironment) {
 
 TEST_F(HookInstallerTest, UninstallsWithTheEnvironmentAsItIs) {
     const fs::path checkout = makeCheckout("", "echo \"REPO is ${REPO-unset}\"; exit 1");
-    auto places = surroundings(checkout);
+    auto places = dependencies(checkout);
     EXPECT_THAT(HookInstaller::uninstall(places), Optional(QStringLiteral("REPO is unset")));
     places.environment["REPO"] = "inherited";
     EXPECT_THAT(HookInstaller::uninstall(places), Optional(QStringLiteral("REPO is inherited")));
 }
 
 TEST_F(HookInstallerTest, SaysThatAScriptIsMissing) {
-    const auto places = surroundings(folder());
+    const auto places = dependencies(folder());
     EXPECT_THAT(HookInstaller::install(places),
                 Optional(QStringLiteral("Couldn't find the installer in the app bundle.")));
     EXPECT_THAT(HookInstaller::uninstall(places),
@@ -190,7 +190,7 @@ TEST_F(HookInstallerTest, SaysWhyTheShellCannotBeStarted) {
     write(folder() / "script.sh", "");
     EXPECT_THAT(HookInstaller::run(toText(folder() / "script.sh"), "installer", {}, "/no/such/shell"),
                 Optional(QStringLiteral("No such file or directory")));
-    auto places = surroundings(makeCheckout(""));
+    auto places = dependencies(makeCheckout(""));
     places.shell = toText(folder());
     EXPECT_THAT(HookInstaller::install(places), Optional(QStringLiteral("Permission denied")));
 }
@@ -226,7 +226,7 @@ TEST_F(HookInstallerTest, GivesTheScriptNothingToRead) {
 
 // The real scripts, by way of the real programs.
 TEST_F(HookInstallerTest, DrivesTheShippedScripts) {
-    auto places = surroundings(PELORIN_SOURCE_DIR);
+    auto places = dependencies(PELORIN_SOURCE_DIR);
     places.environment["HOME"] = (folder() / "home").string().c_str();
     places.environment["PELORIN_HOOK_SETUP"] = PELORIN_BINARY_DIR "/pelorin-hook-setup";
     fs::create_directory(folder() / "home");

@@ -31,7 +31,7 @@ protected:
         fs::permissions(folder() / "tool", fs::perms::owner_all);
     }
 
-    LaunchAgentControl::Surroundings surroundings() const {
+    LaunchAgentControl::Dependencies dependencies() const {
         return {.plistPath = QString::fromStdString(agent().string()),
                 .tool = QString::fromStdString((folder() / "tool").string()),
                 .environment = {{"OUT", (folder() / "out").string().c_str()}}};
@@ -49,7 +49,7 @@ private:
 TEST_F(LaunchAgentControlTest, KnowsItsFile) {
 #ifdef Q_OS_MACOS
     EXPECT_EQ(LaunchAgentControl::plistPath(), QDir::homePath() + "/Library/LaunchAgents/com.pelorin.manager.plist");
-    EXPECT_EQ(LaunchAgentControl::Surroundings::ofProcess().tool, "/bin/launchctl");
+    EXPECT_EQ(LaunchAgentControl::Dependencies::ofProcess().tool, "/bin/launchctl");
 #else
     const QByteArray before = qgetenv("XDG_CONFIG_HOME");
     qunsetenv("XDG_CONFIG_HOME");
@@ -60,31 +60,31 @@ TEST_F(LaunchAgentControlTest, KnowsItsFile) {
     qputenv("XDG_CONFIG_HOME", "/else where");
     EXPECT_EQ(LaunchAgentControl::plistPath(), "/else where/autostart/com.pelorin.manager.desktop");
     before.isNull() ? qunsetenv("XDG_CONFIG_HOME") : qputenv("XDG_CONFIG_HOME", before);
-    EXPECT_EQ(LaunchAgentControl::Surroundings::ofProcess().tool, std::nullopt);
+    EXPECT_EQ(LaunchAgentControl::Dependencies::ofProcess().tool, std::nullopt);
 #endif
 }
 
 TEST_F(LaunchAgentControlTest, IsInstalledWhenTheFileExists) {
-    EXPECT_FALSE(LaunchAgentControl::isInstalled(surroundings()));
+    EXPECT_FALSE(LaunchAgentControl::isInstalled(dependencies()));
     std::ofstream(agent()) << "";
-    EXPECT_TRUE(LaunchAgentControl::isInstalled(surroundings()));
+    EXPECT_TRUE(LaunchAgentControl::isInstalled(dependencies()));
 }
 
 TEST_F(LaunchAgentControlTest, StartsNothingWhenThereIsNothingToRemove) {
-    EXPECT_EQ(LaunchAgentControl::uninstall(surroundings()), std::nullopt);
+    EXPECT_EQ(LaunchAgentControl::uninstall(dependencies()), std::nullopt);
     EXPECT_EQ(toldTool(), "");
 }
 
 TEST_F(LaunchAgentControlTest, UnloadsAndRemovesTheFileWhateverTheToolSays) {
     std::ofstream(agent()) << "";
-    EXPECT_EQ(LaunchAgentControl::uninstall(surroundings()), std::nullopt);
+    EXPECT_EQ(LaunchAgentControl::uninstall(dependencies()), std::nullopt);
     EXPECT_EQ(toldTool(), "unload " + agent().string() + "\n");
     EXPECT_FALSE(fs::exists(agent()));
 }
 
 TEST_F(LaunchAgentControlTest, RemovesTheFileWithoutATool) {
     std::ofstream(agent()) << "";
-    auto places = surroundings();
+    auto places = dependencies();
     places.tool = std::nullopt;
     EXPECT_EQ(LaunchAgentControl::uninstall(places), std::nullopt);
     EXPECT_EQ(toldTool(), "");
@@ -93,7 +93,7 @@ TEST_F(LaunchAgentControlTest, RemovesTheFileWithoutATool) {
 
 TEST_F(LaunchAgentControlTest, LeavesTheFileWhenTheToolCannotBeStarted) {
     std::ofstream(agent()) << "";
-    auto places = surroundings();
+    auto places = dependencies();
     places.tool = "/no/such/tool";
     EXPECT_THAT(LaunchAgentControl::uninstall(places), Optional(QStringLiteral("No such file or directory")));
     EXPECT_TRUE(fs::exists(agent()));
@@ -103,7 +103,7 @@ TEST_F(LaunchAgentControlTest, SaysThatTheFileCannotBeDeleted) {
     // Not even the superuser can delete a file that has gone meanwhile.
     std::ofstream(agent()) << "";
     writeTool("rm \"$2\"\n");
-    auto places = surroundings();
+    auto places = dependencies();
     places.environment["PATH"] = "/usr/bin:/bin";
     EXPECT_THAT(LaunchAgentControl::uninstall(places), Optional("Stopped the login auto-start but couldn't delete " +
                                                                 places.plistPath + ": No such file or directory"));

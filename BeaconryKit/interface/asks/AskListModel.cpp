@@ -128,7 +128,7 @@ QHash<int, QByteArray> AskListModel::roleNames() const {
             {armedRole, "armed"}};
 }
 
-void AskListModel::sync(const AskList& asks, Moment armsAt) {
+void AskListModel::sync(const SharedAsks& asks, Moment armsAt) {
     QHash<QString, int> wanted;
     wanted.reserve(asks.size());
     for (qsizetype i = 0; i < asks.size(); ++i)
@@ -200,7 +200,7 @@ void AskListModel::bringIntoOrder(const QHash<QString, int>& wanted) {
     }
 }
 
-void AskListModel::insertMissing(const AskList& asks, Moment armsAt) {
+void AskListModel::insertMissing(const SharedAsks& asks, Moment armsAt) {
     const auto isHere = [&](int position, qsizetype wanted) {
         return position < rowCount() && m_rows[static_cast<std::size_t>(position)].ask->id() == asks[wanted]->id();
     };
@@ -223,11 +223,11 @@ void AskListModel::insertMissing(const AskList& asks, Moment armsAt) {
     }
 }
 
-void AskListModel::update(int position, const AskRow& ask, Moment armsAt) {
+void AskListModel::update(int position, const SharedAsk& ask, Moment armsAt) {
     Row& row = m_rows[static_cast<std::size_t>(position)];
     if (row.ask == ask)
         return;
-    const AskRow old = std::exchange(row.ask, ask);
+    const SharedAsk old = std::exchange(row.ask, ask);
     QList<int> roles;
     const auto note = [&](bool differs, std::initializer_list<int> affected) {
         if (differs)
@@ -255,7 +255,7 @@ void AskListModel::update(int position, const AskRow& ask, Moment armsAt) {
         changed(position, position, roles);
 }
 
-AskRow AskListModel::ask(const QString& id) const {
+SharedAsk AskListModel::ask(const QString& id) const {
     const int position = find(id);
     return position < 0 ? nullptr : m_rows[static_cast<std::size_t>(position)].ask;
 }

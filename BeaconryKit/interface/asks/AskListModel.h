@@ -59,10 +59,10 @@ public:
 
     /// Follows the list with as few signals as lead there. Rows that are new take no clicks before `armsAt`, nor do
     /// rows whose message or answers are no longer those that the user saw.
-    void sync(const AskList& asks, Moment armsAt);
+    void sync(const SharedAsks& asks, Moment armsAt);
 
     /// The row's ask as it was last synced; nothing for an identity that is not here.
-    AskRow ask(const QString& id) const;
+    SharedAsk ask(const QString& id) const;
 
     /// Moves all countdown labels on to `now`. A wait below 1 second shows none.
     void setCountdown(qint64 waitSeconds, WallTime now);
@@ -82,7 +82,7 @@ public:
 
 private:
     struct Row {
-        AskRow ask;
+        SharedAsk ask;
         bool expanded = false;
         QString draft;
         std::optional<double> place;
@@ -95,8 +95,8 @@ private:
     void forgetPositions();
     void removeMissing(const QHash<QString, int>& wanted);
     void bringIntoOrder(const QHash<QString, int>& wanted);
-    void insertMissing(const AskList& asks, Moment armsAt);
-    void update(int position, const AskRow& ask, Moment armsAt);
+    void insertMissing(const SharedAsks& asks, Moment armsAt);
+    void update(int position, const SharedAsk& ask, Moment armsAt);
     void disarm(Row& row, Moment armsAt);
     void changed(int first, int last, const QList<int>& roles);
 

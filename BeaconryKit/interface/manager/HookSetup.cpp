@@ -13,22 +13,22 @@ constexpr qsizetype messageLimit = 2'000;
 
 } // namespace
 
-HookSurroundings HookSurroundings::ofProcess() {
-    return {HookInstaller::Surroundings::ofProcess(), LaunchAgentControl::Surroundings::ofProcess()};
+HookSetupDependencies HookSetupDependencies::ofProcess() {
+    return {HookInstaller::Dependencies::ofProcess(), LaunchAgentControl::Dependencies::ofProcess()};
 }
 
-HookSetup::HookSetup(Dispatch& dispatch, HookSurroundings surroundings, QObject* parent)
+HookSetup::HookSetup(Dispatch& dispatch, HookSetupDependencies dependencies, QObject* parent)
     : QObject(parent),
       m_dispatch(dispatch),
-      m_surroundings(std::move(surroundings)),
+      m_dependencies(std::move(dependencies)),
       m_self(std::make_shared<HookSetup*>(this)) {
 }
 
 HookSetup::~HookSetup() = default;
 
 void HookSetup::refresh() {
-    m_isInstalled = HookInstaller::isInstalled(m_surroundings.installer);
-    m_hasLaunchAgent = LaunchAgentControl::isInstalled(m_surroundings.launchAgent);
+    m_isInstalled = HookInstaller::isInstalled(m_dependencies.installer);
+    m_hasLaunchAgent = LaunchAgentControl::isInstalled(m_dependencies.launchAgent);
     emit changed();
 }
 
@@ -37,7 +37,7 @@ void HookSetup::install() {
         return;
     begin(Activity::installing);
     run(
-        {}, [surroundings = m_surroundings.installer] { return HookInstaller::install(surroundings); },
+        {}, [dependencies = m_dependencies.installer] { return HookInstaller::install(dependencies); },
         [](HookSetup& self, const Outcome& error) {
             self.m_installationFailed = error.has_value();
             self.tell({}, error);
@@ -50,7 +50,7 @@ void HookSetup::uninstall() {
         return;
     begin(Activity::removing);
     run(
-        {}, [surroundings = m_surroundings.installer] { return HookInstaller::uninstall(surroundings); },
+        {}, [dependencies = m_dependencies.installer] { return HookInstaller::uninstall(dependencies); },
         &HookSetup::hooksRemoved);
 }
 
@@ -59,18 +59,18 @@ void HookSetup::confirmUninstall() {
 }
 
 void HookSetup::hooksRemoved(const Outcome& error) {
-    m_hasLaunchAgent = LaunchAgentControl::isInstalled(m_surroundings.launchAgent);
+    m_hasLaunchAgent = LaunchAgentControl::isInstalled(m_dependencies.launchAgent);
     if (!m_hasLaunchAgent) {
         tell(QStringLiteral("Removed the Claude Code hooks."), error);
         finish();
         return;
     }
     tell(QStringLiteral("Removed the Claude Code hooks. Removing login auto-start…"), error);
-    m_isInstalled = HookInstaller::isInstalled(m_surroundings.installer);
+    m_isInstalled = HookInstaller::isInstalled(m_dependencies.installer);
     emit changed();
     run(
         launchAgentDelay,
-        [surroundings = m_surroundings.launchAgent] { return LaunchAgentControl::uninstall(surroundings); },
+        [dependencies = m_dependencies.launchAgent] { return LaunchAgentControl::uninstall(dependencies); },
         [hooksError = error](HookSetup& self, const Outcome& agentError) {
             self.launchAgentRemoved(hooksError, agentError);
         });

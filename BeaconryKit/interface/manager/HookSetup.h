@@ -15,12 +15,12 @@
 namespace pelorin {
 
 /// What installing and uninstalling go by.
-struct HookSurroundings {
-    HookInstaller::Surroundings installer;
-    LaunchAgentControl::Surroundings launchAgent;
+struct HookSetupDependencies {
+    HookInstaller::Dependencies installer;
+    LaunchAgentControl::Dependencies launchAgent;
 
     /// Those of this process.
-    static HookSurroundings ofProcess();
+    static HookSetupDependencies ofProcess();
 };
 
 /// Installs and removes the hooks and the start at login for the window, and tells how far that is. The scripts run on
@@ -46,7 +46,7 @@ public:
     static constexpr std::chrono::milliseconds launchAgentDelay{800};
 
     /// The dispatch must outlive the object.
-    HookSetup(Dispatch& dispatch, HookSurroundings surroundings, QObject* parent = nullptr);
+    HookSetup(Dispatch& dispatch, HookSetupDependencies dependencies, QObject* parent = nullptr);
     ~HookSetup() override;
 
     bool isInstalled() const { return m_isInstalled; }
@@ -81,7 +81,7 @@ private:
     void finish();
 
     Dispatch& m_dispatch;
-    HookSurroundings m_surroundings;
+    HookSetupDependencies m_dependencies;
     bool m_isInstalled = false;
     bool m_hasLaunchAgent = false;
     Activity m_activity = Activity::none;

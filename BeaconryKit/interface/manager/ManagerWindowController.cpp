@@ -39,8 +39,8 @@ QSize fitting(QSizeF size, const QScreen* screen) {
 struct ManagerWindowController::Content {
     explicit Content(ManagerWindowController& owner)
         : pending(asks),
-          keeper(owner.m_parts.store, owner.m_parts.settings, owner.m_parts.dispatch, asks, pending,
-                 owner.m_onAskAction),
+          askList(owner.m_parts.store, owner.m_parts.settings, owner.m_parts.dispatch, asks, pending,
+                  owner.m_onAskAction),
           phone(owner.m_parts.settings, owner.m_parts.relay, owner.m_parts.provisioner),
           hooks(owner.m_parts.dispatch, owner.m_parts.hooks),
           actions(owner.m_parts.store, owner.m_parts.registry, owner.m_parts.settings),
@@ -55,7 +55,7 @@ struct ManagerWindowController::Content {
 
     AskListModel asks;
     AskActions pending;
-    AskListKeeper keeper;
+    AskListController askList;
     SessionListModel sessions;
     PhoneSetup phone;
     HookSetup hooks;
@@ -140,9 +140,9 @@ void ManagerWindowController::shownChanged(bool isShown) {
     if (isShown) {
         follow();
         m_content->hooks.refresh();
-        m_content->keeper.watch();
+        m_content->askList.watch();
     } else {
-        m_content->keeper.unwatch();
+        m_content->askList.unwatch();
     }
     m_content->facade.setShown(isShown);
 }
@@ -162,7 +162,7 @@ void ManagerWindowController::scheduleFollowing() {
 }
 
 void ManagerWindowController::follow() {
-    m_content->keeper.follow();
+    m_content->askList.follow();
     m_content->sessions.follow(m_parts.registry);
     emit m_content->settings.changed();
     emit m_content->phone.setupLinkChanged();

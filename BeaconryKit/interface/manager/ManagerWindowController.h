@@ -1,6 +1,6 @@
 #pragma once
 
-#include "BeaconryKit/interface/asks/AskListKeeper.h"
+#include "BeaconryKit/interface/asks/AskListController.h"
 #include "BeaconryKit/interface/manager/HookSetup.h"
 #include "BeaconryKit/platform/Dispatch.h"
 #include "BeaconryKit/relay/RelayClient.h"
@@ -29,7 +29,7 @@ struct ManagerParts {
     Dispatch& dispatch;
     RelayClient& relay;
     RelayProvisioner& provisioner;
-    HookSurroundings hooks = HookSurroundings::ofProcess();
+    HookSetupDependencies hooks = HookSetupDependencies::ofProcess();
 };
 
 /// Shows the manager window when it is asked to, and keeps it, hidden, between uses. The window and all that stands

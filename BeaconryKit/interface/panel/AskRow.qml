@@ -350,8 +350,8 @@ Item {
             width: extras.width
 
             onEdited: text => row.panel.setDraft(row.askId, text)
-            onEntered: row.panel.takeKeys(row.askId)
-            onAbandoned: row.panel.giveKeysBack()
+            onEntered: row.panel.takeKeyboard(row.askId)
+            onAbandoned: row.panel.giveKeyboardBack()
             onSent: text => row.panel.sendText(row.askId, text)
         }
     }

@@ -26,24 +26,24 @@ Task guarded(const std::shared_ptr<NotchPanelController*>& self, Operation opera
 
 } // namespace
 
-PanelSurroundings makePanelSurroundings(std::shared_ptr<QQmlEngine> engine) {
+PanelDependencies makePanelDependencies(std::shared_ptr<QQmlEngine> engine) {
     return {std::make_unique<SystemPanelScreens>(), makePanelPlatform(),
             engine ? std::move(engine) : makeInterfaceEngine()};
 }
 
 NotchPanelController::NotchPanelController(AskStore& store, NotifierSettings& settings, Dispatch& dispatch,
-                                           ActionHandler onAction, PanelSurroundings surroundings)
-    : m_surroundings(std::move(surroundings)),
+                                           ActionHandler onAction, PanelDependencies dependencies)
+    : m_dependencies(std::move(dependencies)),
       m_facade(m_asks),
-      m_keeper(store, settings, dispatch, m_asks, m_facade, std::move(onAction)),
-      m_panel(std::make_unique<NotchPanel>(*m_surroundings.platform)),
+      m_askList(store, settings, dispatch, m_asks, m_facade, std::move(onAction)),
+      m_panel(std::make_unique<NotchPanel>(*m_dependencies.platform)),
       m_store(store),
       m_settings(settings),
       m_dispatch(dispatch),
       m_self(std::make_shared<NotchPanelController*>(this)) {
     QQmlEngine::setObjectOwnership(&m_asks, QQmlEngine::CppOwnership);
     QQmlEngine::setObjectOwnership(&m_facade, QQmlEngine::CppOwnership);
-    QQmlComponent component(m_surroundings.engine.get(), QUrl(QStringLiteral("qrc:/Pelorin/panel/PanelContent.qml")));
+    QQmlComponent component(m_dependencies.engine.get(), QUrl(QStringLiteral("qrc:/Pelorin/panel/PanelContent.qml")));
     m_hosting.reset(qobject_cast<QQuickItem*>(
         component.createWithInitialProperties({{QStringLiteral("panel"), QVariant::fromValue(&m_facade)}})));
     if (!m_hosting)
@@ -55,18 +55,18 @@ NotchPanelController::NotchPanelController(AskStore& store, NotifierSettings& se
     m_cancellable = connect(&m_store, &AskStore::asksWillChange, this, [this] { scheduleLater(Later::follow); });
     connect(&m_settings, &NotifierSettings::decisionWaitSecondsWillChange, this,
             [this] { scheduleLater(Later::follow); });
-    connect(m_surroundings.screens.get(), &PanelScreens::changed, this, [this] { scheduleLater(Later::follow); });
+    connect(m_dependencies.screens.get(), &PanelScreens::changed, this, [this] { scheduleLater(Later::follow); });
     connect(m_hosting.get(), &QQuickItem::implicitWidthChanged, this, [this] { scheduleLater(Later::layOut); });
     connect(m_hosting.get(), &QQuickItem::implicitHeightChanged, this, [this] { scheduleLater(Later::layOut); });
     connect(m_panel.get(), &NotchPanel::withdrawn, this, &NotchPanelController::finishHiding);
-    connect(m_panel.get(), &NotchPanel::escapePressed, this, &NotchPanelController::giveKeysBack);
+    connect(m_panel.get(), &NotchPanel::escapePressed, this, &NotchPanelController::giveKeyboardBack);
     connect(m_panel.get(), &QWindow::activeChanged, this, [this] {
         // The user has gone to another window.
         if (!m_panel->isActive())
-            giveKeysBack();
+            giveKeyboardBack();
     });
-    connect(&m_facade, &PanelFacade::keysWanted, this, &NotchPanelController::takeKeys);
-    connect(&m_facade, &PanelFacade::keysReturned, this, &NotchPanelController::giveKeysBack);
+    connect(&m_facade, &PanelFacade::keyboardWanted, this, &NotchPanelController::takeKeyboard);
+    connect(&m_facade, &PanelFacade::keyboardReturned, this, &NotchPanelController::giveKeyboardBack);
     scheduleLater(Later::follow);
 }
 
@@ -105,14 +105,14 @@ void NotchPanelController::follow() {
         hide();
         return;
     }
-    m_keeper.follow();
+    m_askList.follow();
     if (!m_facade.typingRow().isEmpty() && !m_asks.ask(m_facade.typingRow()))
-        giveKeysBack();
+        giveKeyboardBack();
     layoutAndShow();
 }
 
 void NotchPanelController::layoutAndShow() {
-    const std::optional<PanelScreen> screen = targetScreen(m_surroundings.screens->screens());
+    const std::optional<PanelScreen> screen = targetScreen(m_dependencies.screens->screens());
     if (!screen) {
         hide();
         return;
@@ -124,40 +124,40 @@ void NotchPanelController::layoutAndShow() {
     const QRect frame = panelFrame(*screen, {m_hosting->implicitWidth(), m_hosting->implicitHeight()});
     const bool appears = m_panel->phase() != NotchPanel::Phase::shown;
     if (!appears && m_panel->frame().topLeft() != frame.topLeft())
-        m_keeper.disarm();
+        m_askList.disarm();
     m_panel->present(*screen, frame);
-    m_keeper.watch();
+    m_askList.watch();
 }
 
 void NotchPanelController::hide() {
     if (m_panel->phase() != NotchPanel::Phase::shown)
         return;
-    giveKeysBack();
+    giveKeyboardBack();
     // What fades takes no clicks any more.
-    m_keeper.unwatch();
+    m_askList.unwatch();
     m_panel->withdraw();
 }
 
 void NotchPanelController::finishHiding() {
     // While silenced the rows stay as they are, with what the user has typed there.
     if (m_store.asks().isEmpty())
-        m_keeper.clear();
+        m_askList.clear();
 }
 
-void NotchPanelController::takeKeys(const QString& askId) {
+void NotchPanelController::takeKeyboard(const QString& askId) {
     if (m_panel->phase() != NotchPanel::Phase::shown)
         return;
-    const bool hasKeys = !m_facade.typingRow().isEmpty();
+    const bool hasKeyboard = !m_facade.typingRow().isEmpty();
     m_facade.setTypingRow(askId);
-    if (!hasKeys)
-        m_surroundings.platform->takeKeys(*m_panel);
+    if (!hasKeyboard)
+        m_dependencies.platform->takeKeyboard(*m_panel);
 }
 
-void NotchPanelController::giveKeysBack() {
+void NotchPanelController::giveKeyboardBack() {
     if (m_facade.typingRow().isEmpty())
         return;
     m_facade.setTypingRow({});
-    m_surroundings.platform->giveKeysBack(*m_panel);
+    m_dependencies.platform->giveKeyboardBack(*m_panel);
 }
 
 } // namespace pelorin

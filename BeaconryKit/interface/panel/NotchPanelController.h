@@ -1,6 +1,6 @@
 #pragma once
 
-#include "BeaconryKit/interface/asks/AskListKeeper.h"
+#include "BeaconryKit/interface/asks/AskListController.h"
 #include "BeaconryKit/interface/asks/AskListModel.h"
 #include "BeaconryKit/interface/panel/NotchPanel.h"
 #include "BeaconryKit/interface/panel/PanelFacade.h"
@@ -23,7 +23,7 @@ class QQuickItem;
 namespace pelorin {
 
 /// What the panel needs of the system that it runs on.
-struct PanelSurroundings {
+struct PanelDependencies {
     std::unique_ptr<PanelScreens> screens;
     std::unique_ptr<PanelPlatform> platform;
     /// Of `makeInterfaceEngine`; may be shared with other windows.
@@ -31,7 +31,7 @@ struct PanelSurroundings {
 };
 
 /// The real ones. Nothing given as the engine: a new one.
-PanelSurroundings makePanelSurroundings(std::shared_ptr<QQmlEngine> engine = nullptr);
+PanelDependencies makePanelDependencies(std::shared_ptr<QQmlEngine> engine = nullptr);
 
 /// Shows the asks of a store in the panel that hangs from the top of the screen, as long as there are any, and reports
 /// what the user does to them. Lives on the main thread for as long as the application; owned by the delegate.
@@ -41,13 +41,13 @@ class NotchPanelController final : public QObject {
 public:
     using ActionHandler = AskActionHandler;
 
-    static constexpr auto settleTime = AskListKeeper::settleTime;
-    static constexpr auto countdownInterval = AskListKeeper::countdownInterval;
+    static constexpr auto settleTime = AskListController::settleTime;
+    static constexpr auto countdownInterval = AskListController::countdownInterval;
 
     /// The store, the settings and the dispatch must outlive the controller. What is in the store already is shown on a
     /// later turn.
     NotchPanelController(AskStore& store, NotifierSettings& settings, Dispatch& dispatch, ActionHandler onAction,
-                         PanelSurroundings surroundings = makePanelSurroundings());
+                         PanelDependencies dependencies = makePanelDependencies());
     ~NotchPanelController() override;
 
     bool silenced() const { return m_silenced; }
@@ -72,13 +72,13 @@ private:
     void runLater();
     void follow();
     void finishHiding();
-    void takeKeys(const QString& askId);
-    void giveKeysBack();
+    void takeKeyboard(const QString& askId);
+    void giveKeyboardBack();
 
-    PanelSurroundings m_surroundings;
+    PanelDependencies m_dependencies;
     AskListModel m_asks;
     PanelFacade m_facade;
-    AskListKeeper m_keeper;
+    AskListController m_askList;
     std::unique_ptr<NotchPanel> m_panel;
     std::unique_ptr<QQuickItem> m_hosting;
     AskStore& m_store;

@@ -26,22 +26,22 @@ void PanelFacade::setTypingRow(const QString& id) {
 void PanelFacade::setExpanded(const QString& askId, bool expanded) {
     AskActions::setExpanded(askId, expanded);
     if (!expanded && askId == m_typingRow)
-        emit keysReturned();
+        emit keyboardReturned();
 }
 
 void PanelFacade::sendText(const QString& askId, const QString& text) {
     if (text.trimmed().isEmpty())
         return;
-    emit keysReturned();
+    emit keyboardReturned();
     AskActions::sendText(askId, text);
 }
 
-void PanelFacade::takeKeys(const QString& askId) {
-    emit keysWanted(askId);
+void PanelFacade::takeKeyboard(const QString& askId) {
+    emit keyboardWanted(askId);
 }
 
-void PanelFacade::giveKeysBack() {
-    emit keysReturned();
+void PanelFacade::giveKeyboardBack() {
+    emit keyboardReturned();
 }
 
 } // namespace pelorin

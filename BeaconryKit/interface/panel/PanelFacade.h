@@ -37,14 +37,14 @@ public:
     /// Gives the keyboard back too.
     void sendText(const QString& askId, const QString& text) override;
 
-    Q_INVOKABLE void takeKeys(const QString& askId);
-    Q_INVOKABLE void giveKeysBack();
+    Q_INVOKABLE void takeKeyboard(const QString& askId);
+    Q_INVOKABLE void giveKeyboardBack();
 
 signals:
     void typingRowChanged();
     void boundsChanged();
-    void keysWanted(const QString& askId);
-    void keysReturned();
+    void keyboardWanted(const QString& askId);
+    void keyboardReturned();
 
 private:
     QString m_typingRow;

@@ -31,11 +31,11 @@ public:
     virtual bool isMaskForInputOnly() const { return false; }
 
     /// Lets the window have the keyboard, and remembers who had it.
-    virtual void takeKeys(QWindow& window) = 0;
+    virtual void takeKeyboard(QWindow& window) = 0;
 
     /// Keeps the window off the keyboard again, and gives it back to whoever had it, unless somebody else has taken it
     /// meanwhile.
-    virtual void giveKeysBack(QWindow& window) = 0;
+    virtual void giveKeyboardBack(QWindow& window) = 0;
 };
 
 /// The one for the windowing system that the application object runs on.

@@ -11,12 +11,12 @@ bool PlainPanelPlatform::isCompositing() const {
     return true;
 }
 
-void PlainPanelPlatform::takeKeys(QWindow& window) {
+void PlainPanelPlatform::takeKeyboard(QWindow& window) {
     window.setFlag(Qt::WindowDoesNotAcceptFocus, false);
     window.requestActivate();
 }
 
-void PlainPanelPlatform::giveKeysBack(QWindow& window) {
+void PlainPanelPlatform::giveKeyboardBack(QWindow& window) {
     window.setFlag(Qt::WindowDoesNotAcceptFocus, true);
 }
 

@@ -9,8 +9,8 @@ class PlainPanelPlatform final : public PanelPlatform {
 public:
     void prepare(QWindow& window) override;
     bool isCompositing() const override;
-    void takeKeys(QWindow& window) override;
-    void giveKeysBack(QWindow& window) override;
+    void takeKeyboard(QWindow& window) override;
+    void giveKeyboardBack(QWindow& window) override;
 };
 
 } // namespace pelorin

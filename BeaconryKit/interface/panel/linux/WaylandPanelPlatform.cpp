@@ -77,7 +77,7 @@ void WaylandPanelPlatform::prepare(QWindow& window) {
     zwlr_layer_surface_v1_set_exclusive_zone(m_place, -1);
     m_size = {};
     resize(window);
-    setKeyboard(window, m_takesKeys);
+    setKeyboard(window, m_takesKeyboard);
     // Nothing may be drawn before the compositor has settled the size.
     wl_display_roundtrip(m_connection);
 }
@@ -103,15 +103,15 @@ bool WaylandPanelPlatform::isMaskForInputOnly() const {
     return true;
 }
 
-void WaylandPanelPlatform::takeKeys(QWindow& window) {
+void WaylandPanelPlatform::takeKeyboard(QWindow& window) {
     window.setFlag(Qt::WindowDoesNotAcceptFocus, false);
-    m_takesKeys = true;
+    m_takesKeyboard = true;
     setKeyboard(window, true);
 }
 
-void WaylandPanelPlatform::giveKeysBack(QWindow& window) {
+void WaylandPanelPlatform::giveKeyboardBack(QWindow& window) {
     window.setFlag(Qt::WindowDoesNotAcceptFocus, true);
-    m_takesKeys = false;
+    m_takesKeyboard = false;
     // The compositor knows who had the keyboard.
     setKeyboard(window, false);
 }
@@ -144,12 +144,12 @@ void WaylandPanelPlatform::resize(const QWindow& window) {
                                    static_cast<std::uint32_t>(size.height()));
 }
 
-void WaylandPanelPlatform::setKeyboard(QWindow& window, bool takesKeys) {
+void WaylandPanelPlatform::setKeyboard(QWindow& window, bool takesKeyboard) {
     if (!m_place)
         return;
-    zwlr_layer_surface_v1_set_keyboard_interactivity(m_place,
-                                                     takesKeys ? ZWLR_LAYER_SURFACE_V1_KEYBOARD_INTERACTIVITY_EXCLUSIVE
-                                                               : ZWLR_LAYER_SURFACE_V1_KEYBOARD_INTERACTIVITY_NONE);
+    zwlr_layer_surface_v1_set_keyboard_interactivity(
+        m_place, takesKeyboard ? ZWLR_LAYER_SURFACE_V1_KEYBOARD_INTERACTIVITY_EXCLUSIVE
+                               : ZWLR_LAYER_SURFACE_V1_KEYBOARD_INTERACTIVITY_NONE);
     wl_surface_commit(surfaceOf(window));
 }
 

@@ -31,8 +31,8 @@ public:
     void retire(QWindow& window) override;
     bool isCompositing() const override;
     bool isMaskForInputOnly() const override;
-    void takeKeys(QWindow& window) override;
-    void giveKeysBack(QWindow& window) override;
+    void takeKeyboard(QWindow& window) override;
+    void giveKeyboardBack(QWindow& window) override;
 
     /// The compositor has settled the surface's size, which waits for the answer.
     void configure(std::uint32_t serial);
@@ -46,7 +46,7 @@ private:
     WaylandPanelPlatform(wl_display* connection, zwlr_layer_shell_v1* shell);
     bool hasPlaceFor(const QWindow& window) const;
     void resize(const QWindow& window);
-    void setKeyboard(QWindow& window, bool takesKeys);
+    void setKeyboard(QWindow& window, bool takesKeyboard);
     void dropPlace();
 
     wl_display* m_connection;
@@ -55,7 +55,7 @@ private:
     wl_output* m_output = nullptr;
     QSize m_size;
     bool m_isClosed = false;
-    bool m_takesKeys = false;
+    bool m_takesKeyboard = false;
 };
 
 } // namespace pelorin

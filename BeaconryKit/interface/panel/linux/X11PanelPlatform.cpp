@@ -21,7 +21,7 @@ bool X11PanelPlatform::isCompositing() const {
     return owner && owner->owner != XCB_WINDOW_NONE;
 }
 
-void X11PanelPlatform::takeKeys(QWindow& window) {
+void X11PanelPlatform::takeKeyboard(QWindow& window) {
     const std::uint32_t own = static_cast<std::uint32_t>(window.winId());
     const std::uint32_t focused = focusedWindow();
     if (focused != own) {
@@ -32,7 +32,7 @@ void X11PanelPlatform::takeKeys(QWindow& window) {
     window.requestActivate();
 }
 
-void X11PanelPlatform::giveKeysBack(QWindow& window) {
+void X11PanelPlatform::giveKeyboardBack(QWindow& window) {
     window.setFlag(Qt::WindowDoesNotAcceptFocus, true);
     // Where the user has gone to another window by now, the keyboard is there already.
     if (focusedWindow() != static_cast<std::uint32_t>(window.winId()))

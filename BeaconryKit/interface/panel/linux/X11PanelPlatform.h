@@ -17,8 +17,8 @@ public:
 
     void prepare(QWindow& window) override;
     bool isCompositing() const override;
-    void takeKeys(QWindow& window) override;
-    void giveKeysBack(QWindow& window) override;
+    void takeKeyboard(QWindow& window) override;
+    void giveKeyboardBack(QWindow& window) override;
 
 private:
     std::uint32_t activeWindow() const;

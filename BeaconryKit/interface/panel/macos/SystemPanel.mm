@@ -58,14 +58,14 @@ public:
 
     bool isCompositing() const override { return true; }
 
-    void takeKeys(QWindow& window) override {
+    void takeKeyboard(QWindow& window) override {
         window.setFlag(Qt::WindowDoesNotAcceptFocus, false);
         NSView* const view = (__bridge NSView*)reinterpret_cast<void*>(window.winId());
         // A panel that does not activate takes the keys while the other application stays the active one.
         [view.window makeKeyWindow];
     }
 
-    void giveKeysBack(QWindow& window) override {
+    void giveKeyboardBack(QWindow& window) override {
         window.setFlag(Qt::WindowDoesNotAcceptFocus, true);
         NSView* const view = (__bridge NSView*)reinterpret_cast<void*>(window.winId());
         [view.window resignKeyWindow];

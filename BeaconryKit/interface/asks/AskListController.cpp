@@ -1,4 +1,4 @@
-#include "BeaconryKit/interface/asks/AskListKeeper.h"
+#include "BeaconryKit/interface/asks/AskListController.h"
 
 #include <QLoggingCategory>
 
@@ -12,7 +12,7 @@ namespace {
 Q_LOGGING_CATEGORY(logAsks, "pelorin.asks", QtInfoMsg)
 
 template <class Operation>
-Task guarded(const std::shared_ptr<AskListKeeper*>& self, Operation operation) {
+Task guarded(const std::shared_ptr<AskListController*>& self, Operation operation) {
     return [weak = std::weak_ptr(self), operation] {
         if (const auto alive = weak.lock())
             operation(**alive);
@@ -21,34 +21,34 @@ Task guarded(const std::shared_ptr<AskListKeeper*>& self, Operation operation) {
 
 } // namespace
 
-AskListKeeper::AskListKeeper(AskStore& store, NotifierSettings& settings, Dispatch& dispatch, AskListModel& asks,
-                             AskActions& actions, AskActionHandler onAction)
+AskListController::AskListController(AskStore& store, NotifierSettings& settings, Dispatch& dispatch,
+                                     AskListModel& asks, AskActions& actions, AskActionHandler onAction)
     : m_store(store),
       m_settings(settings),
       m_dispatch(dispatch),
       m_asks(asks),
       m_onAction(std::move(onAction)),
-      m_self(std::make_shared<AskListKeeper*>(this)) {
-    connect(&actions, &AskActions::acted, this, &AskListKeeper::report);
+      m_self(std::make_shared<AskListController*>(this)) {
+    connect(&actions, &AskActions::acted, this, &AskListController::report);
     connect(&actions, &AskActions::rowPlaced, this, [this](const QString& askId, double place) {
         m_asks.setPlace(askId, place, settledMoment());
         scheduleArming();
     });
 }
 
-void AskListKeeper::follow() {
+void AskListController::follow() {
     m_asks.setCountdown(m_settings.decisionWaitSeconds(), m_dispatch.now());
     m_asks.sync(m_store.asks(), settledMoment());
     scheduleArming();
     refreshCountdown();
 }
 
-void AskListKeeper::clear() {
+void AskListController::clear() {
     m_asks.sync({}, settledMoment());
     refreshCountdown();
 }
 
-void AskListKeeper::watch() {
+void AskListController::watch() {
     if (std::exchange(m_isWatched, true))
         return;
     disarm();
@@ -56,21 +56,21 @@ void AskListKeeper::watch() {
     refreshCountdown();
 }
 
-void AskListKeeper::unwatch() {
+void AskListController::unwatch() {
     m_isWatched = false;
     m_asks.disarmAll(AskListModel::Moment::max());
     m_countdownTimer.reset();
 }
 
-void AskListKeeper::disarm() {
+void AskListController::disarm() {
     m_asks.disarmAll(settledMoment());
     scheduleArming();
 }
 
-void AskListKeeper::report(const QString& askId, const AskAction& action) {
-    const AskRow seen = m_asks.ask(askId);
-    const AskList& asks = m_store.asks();
-    const auto current = std::ranges::find_if(asks, [&](const AskRow& row) { return row->id() == askId; });
+void AskListController::report(const QString& askId, const AskAction& action) {
+    const SharedAsk seen = m_asks.ask(askId);
+    const SharedAsks& asks = m_store.asks();
+    const auto current = std::ranges::find_if(asks, [&](const SharedAsk& row) { return row->id() == askId; });
     // The row has been answered on this very turn, and the view does not know it yet.
     if (!seen || current == asks.end()) {
         qCDebug(logAsks) << "An action came too late for" << askId;
@@ -84,21 +84,21 @@ void AskListKeeper::report(const QString& askId, const AskAction& action) {
     m_onAction(AskEvent(**current), action);
 }
 
-void AskListKeeper::refreshCountdown() {
+void AskListController::refreshCountdown() {
     if (!m_isWatched || !m_asks.isCountingDown()) {
         m_countdownTimer.reset();
         return;
     }
     if (m_countdownTimer)
         return;
-    m_countdownTimer = m_dispatch.mainQueue().every(countdownInterval, guarded(m_self, [](AskListKeeper& self) {
+    m_countdownTimer = m_dispatch.mainQueue().every(countdownInterval, guarded(m_self, [](AskListController& self) {
                                                         self.m_asks.setCountdown(self.m_settings.decisionWaitSeconds(),
                                                                                  self.m_dispatch.now());
                                                         self.refreshCountdown();
                                                     }));
 }
 
-void AskListKeeper::scheduleArming() {
+void AskListController::scheduleArming() {
     if (!m_isWatched || m_isArmingScheduled)
         return;
     const auto now = m_dispatch.monotonicNow();
@@ -107,13 +107,13 @@ void AskListKeeper::scheduleArming() {
     if (!next || *next == AskListModel::Moment::max())
         return;
     m_isArmingScheduled = true;
-    m_dispatch.mainQueue().asyncAfter(*next - now, guarded(m_self, [](AskListKeeper& self) {
+    m_dispatch.mainQueue().asyncAfter(*next - now, guarded(m_self, [](AskListController& self) {
         self.m_isArmingScheduled = false;
         self.scheduleArming();
     }));
 }
 
-AskListModel::Moment AskListKeeper::settledMoment() const {
+AskListModel::Moment AskListController::settledMoment() const {
     return m_dispatch.monotonicNow() + settleTime;
 }
 

@@ -14,8 +14,8 @@ namespace pelorin {
 
 /// All that a manager window needs, made for a test: stores of its own, queues that are moved by hand, a relay that the
 /// test answers for, and a home with scripts of the test's.
-struct ManagerSurroundings {
-    ManagerSurroundings() {
+struct ManagerDependencies {
+    ManagerDependencies() {
         write("install-hooks.sh", "");
         write("uninstall-hooks.sh", "");
     }

@@ -20,16 +20,16 @@ using AskActionHandler = std::function<void(const AskEvent& ask, const AskAction
 /// Keeps the rows of one view while somebody looks at them: counts them down, arms those that have stood still, and
 /// reports what the user does to them. While nobody looks it keeps no timer. Main thread; the view's controller owns
 /// it.
-class AskListKeeper final : public QObject {
+class AskListController final : public QObject {
 public:
     /// How long a row that came, moved or changed its answers takes no clicks: whoever was about to click there meant
     /// something else.
     static constexpr std::chrono::milliseconds settleTime{400};
     static constexpr std::chrono::seconds countdownInterval{1};
 
-    /// All must outlive the keeper.
-    AskListKeeper(AskStore& store, NotifierSettings& settings, Dispatch& dispatch, AskListModel& asks,
-                  AskActions& actions, AskActionHandler onAction);
+    /// All must outlive the controller.
+    AskListController(AskStore& store, NotifierSettings& settings, Dispatch& dispatch, AskListModel& asks,
+                      AskActions& actions, AskActionHandler onAction);
 
     /// Takes over what the store holds.
     void follow();
@@ -57,8 +57,8 @@ private:
     bool m_isWatched = false;
     bool m_isArmingScheduled = false;
     std::unique_ptr<RepeatingTimer> m_countdownTimer;
-    // Tasks on the main queue hold this weakly: they may outlive the keeper.
-    std::shared_ptr<AskListKeeper*> m_self;
+    // Tasks on the main queue hold this weakly: they may outlive the controller.
+    std::shared_ptr<AskListController*> m_self;
 };
 
 } // namespace pelorin

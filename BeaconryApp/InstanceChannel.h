@@ -14,8 +14,8 @@ namespace pelorin {
 /// copy owns a channel. Lives on the main thread.
 class InstanceChannel {
 public:
-    /// Takes the asking copy's activation token, which lets a window come to the front on desktops that guard the focus;
-    /// empty where that copy had none. Called on a turn of its own.
+    /// Takes the asking copy's activation token, which lets a window come to the front on desktops that guard the
+    /// focus; empty where that copy had none. Called on a turn of its own.
     using Handler = std::function<void(const QByteArray& activationToken)>;
 
     /// Takes requests of other copies from now on. Nothing when this system has no such channel, when another copy has

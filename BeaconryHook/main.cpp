@@ -17,6 +17,7 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
+#include <exception>
 #include <poll.h>
 #include <unistd.h>
 #ifdef __APPLE__
@@ -161,6 +162,8 @@ void run(const HookCall& call, std::string_view program) {
 } // namespace
 
 int main(int count, char** arguments) {
+    // The library throws where memory runs out.
+    std::set_terminate(leave);
     prepareSignals();
     if (const auto call = parseArguments(count - 1, arguments + 1))
         run(*call, arguments[0]);

@@ -31,8 +31,8 @@ void writeInPlace(const fs::path& path, const std::string& text) {
 }
 
 // As careful programs write.
-void writeBeside(const fs::path& path, const std::string& text) {
-    const fs::path beside = path.string() + ".foreign";
+void writeSibling(const fs::path& path, const std::string& text) {
+    const fs::path sibling = path.string() + ".foreign";
     writeInPlace(sibling, text);
     fs::rename(sibling, path);
 }
@@ -255,7 +255,7 @@ TEST_F(EditFile, KeepsACopyOnce) {
 TEST_F(EditFile, EditsAnewWhatIsChangedMeanwhile) {
     const std::function<void()> foreignWrites[] = {
         [this] { writeInPlace(file(), "foreign"); },
-        [this] { writeBeside(file(), "foreign"); },
+        [this] { writeSibling(file(), "foreign"); },
         [this] {
             fs::remove(file());
             writeInPlace(file(), "foreign");
@@ -298,7 +298,7 @@ TEST_F(EditFile, DoesNotTakeAwayWhatIsChangedMeanwhile) {
     int calls = 0;
     expectEdit(file(), [&](const FileState& state) {
         if (++calls == 1)
-            writeBeside(file(), "foreign");
+            writeSibling(file(), "foreign");
         return DesiredFile{state.text == "a" ? std::nullopt : state.text};
     });
     EXPECT_EQ(textOf(file()), "foreign");
@@ -308,7 +308,7 @@ TEST_F(EditFile, DoesNotTakeAwayWhatIsChangedMeanwhile) {
 TEST_F(EditFile, GivesUpWhenTheFileIsChangedAllTheTime) {
     int calls = 0;
     const std::string error = errorOf(file(), [&](const FileState& state) {
-        writeBeside(file(), std::to_string(++calls));
+        writeSibling(file(), std::to_string(++calls));
         return DesiredFile{state.text.value_or("") + "+"};
     });
     EXPECT_EQ(error, file().string() + ": another program changes the file all the time");
@@ -351,7 +351,7 @@ TEST_F(EditFile, LosesNothingThatASecondProgramWrites) {
     ASSERT_GE(foreign, 0);
     if (foreign == 0) {
         for (int number = 1; number <= lastNumber; ++number)
-            writeBeside(file(), std::to_string(number));
+            writeSibling(file(), std::to_string(number));
         _exit(0);
     }
     const auto numberIn = [](const FileState& state) {

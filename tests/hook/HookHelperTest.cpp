@@ -1,5 +1,6 @@
 #include "tests/hook/CapturedPayloads.h"
 #include "tests/hook/HookProcess.h"
+#include "tests/support/Processes.h"
 #include "tests/support/TestTerminal.h"
 
 #include "BeaconryKit/service/EventServer.h"
@@ -7,6 +8,7 @@
 #include <gmock/gmock.h>
 
 #include <csignal>
+#include <cstdlib>
 #include <future>
 #include <sys/wait.h>
 
@@ -115,6 +117,18 @@ TEST(HookHelper, LeavesSilentlyWhenItsInputIsTooLarge) {
     LoopbackListener listener;
     const auto hook =
         runHook({testedHelper(), "permission"}, R"({"a":")" + std::string(1'500'000, 'x') + R"("})", listener.port());
+    expectQuietEnd(*hook);
+    EXPECT_FALSE(listener.accept(0ms));
+}
+
+TEST(HookHelper, LeavesSilentlyWhenMemoryRunsOut) {
+    if (!memoryIsMeasurable && !std::getenv("PELORIN_HOOK_HELPER"))
+        GTEST_SKIP() << "A sanitizer takes more addresses than any limit that could be set here.";
+    LoopbackListener listener;
+    // Enough for the program itself, but not for the payload.
+    const std::string limited = "ulimit -v 2000; exec " + testedHelper() + " notify";
+    const auto hook =
+        runHook({"/bin/sh", "-c", limited}, R"({"a":")" + std::string(900'000, 'x') + R"("})", listener.port());
     expectQuietEnd(*hook);
     EXPECT_FALSE(listener.accept(0ms));
 }

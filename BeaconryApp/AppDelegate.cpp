@@ -3,6 +3,7 @@
 #include "BeaconryKit/interface/InterfaceEngine.h"
 #include "BeaconryKit/model/Blanks.h"
 #include "BeaconryKit/platform/Overloaded.h"
+#include "BeaconryKit/platform/WhileAlive.h"
 #include "BeaconryKit/relay/RelayMessages.h"
 #include "BeaconryKit/terminal/ExpandedAsk.h"
 #include "BeaconryKit/terminal/TerminalCapture.h"
@@ -120,12 +121,9 @@ RelaySocket::Callbacks AppDelegate::relayCallbacks() {
 }
 
 std::function<void(const QString&, const QString&)> AppDelegate::relayDecisionHandler() {
-    return [&mainQueue = m_dependencies.dispatch.mainQueue(), self = std::weak_ptr(m_self)](const QString& requestId,
-                                                                                            const QString& decision) {
-        mainQueue.async([self, requestId, decision] {
-            if (const auto delegate = self.lock())
-                (*delegate)->decideFromRelay(requestId, decision);
-        });
+    return [&mainQueue = m_dependencies.dispatch.mainQueue(), decide = whileAlive(this, &AppDelegate::decideFromRelay)](
+               const QString& requestId, const QString& decision) {
+        mainQueue.async([decide, requestId, decision] { decide(requestId, decision); });
     };
 }
 
@@ -178,19 +176,19 @@ void AppDelegate::syncRelay() {
 }
 
 void AppDelegate::provisionRelayIfNeeded() {
-    const auto hasToken = [this] {
-        return !trimBlanks(m_settings.relayToken()).isEmpty();
+    const auto hasToken = [](const AppDelegate& self) {
+        return !trimBlanks(self.m_settings.relayToken()).isEmpty();
     };
-    if (hasToken())
+    if (hasToken(*this))
         return;
     m_provisioner.provision(m_settings.relayURL(), RelayProvisioner::deviceName(),
-                            [this, hasToken, self = std::weak_ptr(m_self)](const std::optional<QString>& token) {
+                            whileAlive(this, [hasToken](AppDelegate& self, const std::optional<QString>& token) {
                                 // A token that was typed meanwhile wins.
-                                if (!token || self.expired() || hasToken())
+                                if (!token || hasToken(self))
                                     return;
-                                m_settings.setRelayToken(*token);
-                                syncRelay();
-                            });
+                                self.m_settings.setRelayToken(*token);
+                                self.syncRelay();
+                            }));
 }
 
 void AppDelegate::decideFromRelay(const QString& requestId, const QString& decision) {

@@ -131,8 +131,6 @@ private:
     std::unique_ptr<StatusMenu> m_statusMenu;
     // Stopped before all that its requests reach.
     std::unique_ptr<EventServer> m_server;
-    // What other threads hand over looks at it, on the main thread: gone means that the delegate is.
-    const std::shared_ptr<AppDelegate*> m_self = std::make_shared<AppDelegate*>(this);
 };
 
 } // namespace pelorin

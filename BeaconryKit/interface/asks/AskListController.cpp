@@ -1,5 +1,7 @@
 #include "BeaconryKit/interface/asks/AskListController.h"
 
+#include "BeaconryKit/platform/WhileAlive.h"
+
 #include <QLoggingCategory>
 
 #include <algorithm>
@@ -11,24 +13,11 @@ namespace {
 
 Q_LOGGING_CATEGORY(logAsks, "pelorin.asks", QtInfoMsg)
 
-template <class Operation>
-Task guarded(const std::shared_ptr<AskListController*>& self, Operation operation) {
-    return [weak = std::weak_ptr(self), operation] {
-        if (const auto alive = weak.lock())
-            operation(**alive);
-    };
-}
-
 } // namespace
 
 AskListController::AskListController(AskStore& store, NotifierSettings& settings, Dispatch& dispatch,
                                      AskListModel& asks, AskActions& actions, AskActionHandler onAction)
-    : m_store(store),
-      m_settings(settings),
-      m_dispatch(dispatch),
-      m_asks(asks),
-      m_onAction(std::move(onAction)),
-      m_self(std::make_shared<AskListController*>(this)) {
+    : m_store(store), m_settings(settings), m_dispatch(dispatch), m_asks(asks), m_onAction(std::move(onAction)) {
     connect(&actions, &AskActions::acted, this, &AskListController::report);
     connect(&actions, &AskActions::rowPlaced, this, [this](const QString& askId, double place) {
         m_asks.setPlace(askId, place, settledMoment());
@@ -91,7 +80,7 @@ void AskListController::refreshCountdown() {
     }
     if (m_countdownTimer)
         return;
-    m_countdownTimer = m_dispatch.mainQueue().every(countdownInterval, guarded(m_self, [](AskListController& self) {
+    m_countdownTimer = m_dispatch.mainQueue().every(countdownInterval, whileAlive(this, [](AskListController& self) {
                                                         self.m_asks.setCountdown(self.m_settings.decisionWaitSeconds(),
                                                                                  self.m_dispatch.now());
                                                         self.refreshCountdown();
@@ -107,7 +96,7 @@ void AskListController::scheduleArming() {
     if (!next || *next == AskListModel::Moment::max())
         return;
     m_isArmingScheduled = true;
-    m_dispatch.mainQueue().asyncAfter(*next - now, guarded(m_self, [](AskListController& self) {
+    m_dispatch.mainQueue().asyncAfter(*next - now, whileAlive(this, [](AskListController& self) {
         self.m_isArmingScheduled = false;
         self.scheduleArming();
     }));

@@ -57,8 +57,6 @@ private:
     bool m_isWatched = false;
     bool m_isArmingScheduled = false;
     std::unique_ptr<RepeatingTimer> m_countdownTimer;
-    // Tasks on the main queue hold this weakly: they may outlive the controller.
-    std::shared_ptr<AskListController*> m_self;
 };
 
 } // namespace pelorin

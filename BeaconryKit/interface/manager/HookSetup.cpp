@@ -1,6 +1,7 @@
 #include "BeaconryKit/interface/manager/HookSetup.h"
 
 #include "BeaconryKit/interface/asks/DisplayText.h"
+#include "BeaconryKit/platform/WhileAlive.h"
 
 #include <utility>
 
@@ -18,10 +19,7 @@ HookSetupDependencies HookSetupDependencies::ofProcess() {
 }
 
 HookSetup::HookSetup(Dispatch& dispatch, HookSetupDependencies dependencies, QObject* parent)
-    : QObject(parent),
-      m_dispatch(dispatch),
-      m_dependencies(std::move(dependencies)),
-      m_self(std::make_shared<HookSetup*>(this)) {
+    : QObject(parent), m_dispatch(dispatch), m_dependencies(std::move(dependencies)) {
 }
 
 HookSetup::~HookSetup() = default;
@@ -93,13 +91,9 @@ void HookSetup::begin(Activity activity) {
 
 void HookSetup::run(Duration delay, std::function<Outcome()> operation,
                     std::function<void(HookSetup&, const Outcome&)> then) {
-    m_queue->asyncAfter(delay, [operation = std::move(operation), then = std::move(then), self = std::weak_ptr(m_self),
-                                &main = m_dispatch.mainQueue()] {
-        main.async([then, self, outcome = operation()] {
-            if (const auto alive = self.lock())
-                then(**alive, outcome);
-        });
-    });
+    m_queue->asyncAfter(
+        delay, [operation = std::move(operation), then = whileAlive(this, std::move(then)),
+                &main = m_dispatch.mainQueue()] { main.async([then, outcome = operation()] { then(outcome); }); });
 }
 
 void HookSetup::tell(const QString& message, const Outcome& error) {

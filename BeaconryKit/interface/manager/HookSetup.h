@@ -88,8 +88,6 @@ private:
     bool m_installationFailed = false;
     QString m_message;
     bool m_isFailure = false;
-    // Tasks on the main queue hold this weakly: they may outlive the object.
-    std::shared_ptr<HookSetup*> m_self;
     std::unique_ptr<TaskQueue> m_queue;
 };
 

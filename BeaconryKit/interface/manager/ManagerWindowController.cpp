@@ -4,6 +4,7 @@
 #include "BeaconryKit/interface/manager/ManagerFacade.h"
 #include "BeaconryKit/interface/manager/ManagerWindow.h"
 #include "BeaconryKit/interface/theme/DesktopScheme.h"
+#include "BeaconryKit/platform/WhileAlive.h"
 
 #include <QQmlEngine>
 #include <QQuickItem>
@@ -72,8 +73,7 @@ ManagerWindowController::ManagerWindowController(ManagerParts parts, AskActionHa
     : m_parts(std::move(parts)),
       m_onAskAction(std::move(onAskAction)),
       m_onJump(std::move(onJump)),
-      m_engine(std::move(engine)),
-      m_self(std::make_shared<ManagerWindowController*>(this)) {
+      m_engine(std::move(engine)) {
 }
 
 ManagerWindowController::~ManagerWindowController() {
@@ -151,14 +151,11 @@ void ManagerWindowController::scheduleFollowing() {
     // A hidden window catches up when it is shown.
     if (!m_content->window.isVisible() || std::exchange(m_isScheduled, true))
         return;
-    m_parts.dispatch.mainQueue().async([weak = std::weak_ptr(m_self)] {
-        const auto alive = weak.lock();
-        if (!alive)
-            return;
-        (*alive)->m_isScheduled = false;
-        if ((*alive)->m_content->window.isVisible())
-            (*alive)->follow();
-    });
+    m_parts.dispatch.mainQueue().async(whileAlive(this, [](ManagerWindowController& self) {
+        self.m_isScheduled = false;
+        if (self.m_content->window.isVisible())
+            self.follow();
+    }));
 }
 
 void ManagerWindowController::follow() {

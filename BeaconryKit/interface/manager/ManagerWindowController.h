@@ -69,8 +69,6 @@ private:
     JumpHandler m_onJump;
     std::shared_ptr<QQmlEngine> m_engine;
     bool m_isScheduled = false;
-    // Tasks on the main queue hold this weakly: they may outlive the controller.
-    std::shared_ptr<ManagerWindowController*> m_self;
     std::unique_ptr<Content> m_content;
 };
 

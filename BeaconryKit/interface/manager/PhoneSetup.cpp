@@ -1,6 +1,7 @@
 #include "BeaconryKit/interface/manager/PhoneSetup.h"
 
 #include "BeaconryKit/interface/asks/DisplayText.h"
+#include "BeaconryKit/platform/WhileAlive.h"
 #include "BeaconryKit/relay/SetupLink.h"
 
 namespace pelorin {
@@ -17,8 +18,7 @@ PhoneSetup::PhoneSetup(NotifierSettings& settings, RelayClient& relay, RelayProv
       m_settings(settings),
       m_relay(relay),
       m_provisioner(provisioner),
-      m_phones({"phoneId", "label", "country", "userAgent", "isBeingRemoved"}),
-      m_self(std::make_shared<PhoneSetup*>(this)) {
+      m_phones({"phoneId", "label", "country", "userAgent", "isBeingRemoved"}) {
 }
 
 RelayConfig PhoneSetup::config() const {
@@ -44,19 +44,16 @@ void PhoneSetup::regenerateToken() {
         return;
     m_isProvisioning = true;
     emit changed();
-    m_provisioner.provision(m_settings.relayURL(), RelayProvisioner::deviceName(),
-                            [weak = std::weak_ptr(m_self), before = config()](const std::optional<QString>& token) {
-                                const auto alive = weak.lock();
-                                if (!alive)
-                                    return;
-                                PhoneSetup& self = **alive;
-                                self.m_isProvisioning = false;
-                                emit self.changed();
-                                if (!token || self.config() != before)
-                                    return;
-                                self.m_settings.setRelayToken(*token);
-                                self.loadPhones();
-                            });
+    m_provisioner.provision(
+        m_settings.relayURL(), RelayProvisioner::deviceName(),
+        whileAlive(this, [before = config()](PhoneSetup& self, const std::optional<QString>& token) {
+            self.m_isProvisioning = false;
+            emit self.changed();
+            if (!token || self.config() != before)
+                return;
+            self.m_settings.setRelayToken(*token);
+            self.loadPhones();
+        }));
 }
 
 void PhoneSetup::loadPhones() {
@@ -65,16 +62,14 @@ void PhoneSetup::loadPhones() {
     m_loadedConfig = config();
     emit changed();
     m_relay.devices(m_loadedConfig.url, m_loadedConfig.token,
-                    [weak = std::weak_ptr(m_self), load](const std::optional<QList<RelayDevice>>& devices) {
-                        const auto alive = weak.lock();
-                        if (!alive || (*alive)->m_lastLoad != load)
+                    whileAlive(this, [load](PhoneSetup& self, const std::optional<QList<RelayDevice>>& devices) {
+                        if (self.m_lastLoad != load)
                             return;
-                        PhoneSetup& self = **alive;
                         self.m_isLoading = false;
                         if (devices)
                             self.show(*devices);
                         emit self.changed();
-                    });
+                    }));
 }
 
 void PhoneSetup::loadPhonesOfNewConfig() {
@@ -87,14 +82,11 @@ void PhoneSetup::removePhone(const QString& phoneId) {
         return;
     setBeingRemoved(phoneId, true);
     m_relay.removeDevice(phoneId, m_loadedConfig.url, m_loadedConfig.token,
-                         [weak = std::weak_ptr(m_self), phoneId](RelayClient::Removal) {
-                             const auto alive = weak.lock();
-                             if (!alive)
-                                 return;
+                         whileAlive(this, [phoneId](PhoneSetup& self, RelayClient::Removal) {
                              // Whether the phone is gone is the relay's to tell, not a lost answer's.
-                             (*alive)->setBeingRemoved(phoneId, false);
-                             (*alive)->loadPhones();
-                         });
+                             self.setBeingRemoved(phoneId, false);
+                             self.loadPhones();
+                         }));
 }
 
 void PhoneSetup::setBeingRemoved(const QString& phoneId, bool isBeingRemoved) {

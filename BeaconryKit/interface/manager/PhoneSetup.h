@@ -11,8 +11,6 @@
 #include <QString>
 #include <QtQml/qqmlregistration.h>
 
-#include <memory>
-
 namespace pelorin {
 
 /// Sets phones up at the relay for the window: their link, a fresh token, the list of those that are connected. Relay
@@ -71,8 +69,6 @@ private:
     bool m_isLoading = false;
     // Only the answer to the newest request counts.
     int m_lastLoad = 0;
-    // Answers hold this weakly: they may come after the object is gone.
-    std::shared_ptr<PhoneSetup*> m_self;
 };
 
 } // namespace pelorin

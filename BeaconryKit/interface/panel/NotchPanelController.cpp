@@ -2,6 +2,7 @@
 
 #include "BeaconryKit/interface/InterfaceEngine.h"
 #include "BeaconryKit/interface/panel/SystemPanelScreens.h"
+#include "BeaconryKit/platform/WhileAlive.h"
 
 #include <QQmlComponent>
 #include <QQmlEngine>
@@ -15,14 +16,6 @@ namespace {
 
 // The panel hangs over the user's work: a part of the screen stays free of it, however much is waiting.
 constexpr double largestShareOfScreen = 0.8;
-
-template <class Operation>
-Task guarded(const std::shared_ptr<NotchPanelController*>& self, Operation operation) {
-    return [weak = std::weak_ptr(self), operation] {
-        if (const auto alive = weak.lock())
-            operation(**alive);
-    };
-}
 
 } // namespace
 
@@ -39,8 +32,7 @@ NotchPanelController::NotchPanelController(AskStore& store, NotifierSettings& se
       m_panel(std::make_unique<NotchPanel>(*m_dependencies.platform)),
       m_store(store),
       m_settings(settings),
-      m_dispatch(dispatch),
-      m_self(std::make_shared<NotchPanelController*>(this)) {
+      m_dispatch(dispatch) {
     QQmlEngine::setObjectOwnership(&m_asks, QQmlEngine::CppOwnership);
     QQmlEngine::setObjectOwnership(&m_facade, QQmlEngine::CppOwnership);
     QQmlComponent component(m_dependencies.engine.get(), QUrl(QStringLiteral("qrc:/Pelorin/panel/PanelContent.qml")));
@@ -88,7 +80,7 @@ void NotchPanelController::scheduleLater(Later what) {
     m_followsLater = m_followsLater || what == Later::follow;
     if (std::exchange(m_isScheduled, true))
         return;
-    m_dispatch.mainQueue().async(guarded(m_self, [](NotchPanelController& self) { self.runLater(); }));
+    m_dispatch.mainQueue().async(whileAlive(this, &NotchPanelController::runLater));
 }
 
 void NotchPanelController::runLater() {

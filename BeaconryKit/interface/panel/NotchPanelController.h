@@ -90,8 +90,6 @@ private:
     Dispatch& m_dispatch;
     bool m_isScheduled = false;
     bool m_followsLater = false;
-    // Tasks on the main queue hold this weakly: they may outlive the controller.
-    std::shared_ptr<NotchPanelController*> m_self;
 };
 
 } // namespace pelorin

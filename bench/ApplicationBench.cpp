@@ -17,7 +17,7 @@ namespace {
 using namespace pelorin::bench;
 
 constexpr std::uint16_t port = 45791;
-constexpr int parkedRequests = 10'000;
+const int parkedRequests = repetitions(1000) * 10;
 const std::string portVariable = "BEACONRY_PORT=45791";
 const std::string pelorinPath = PELORIN_BINARY_DIR "/pelorin";
 const std::string emptyPath = PELORIN_BINARY_DIR "/empty_program";
@@ -56,7 +56,7 @@ double emptyStart() {
 void measureStart(const char* name, const std::vector<std::string>& environment) {
     std::vector<double> ours;
     std::vector<double> empty;
-    for (int round = 0; round < 11; ++round) {
+    for (int round = 0; round < repetitions(11); ++round) {
         empty.push_back(emptyStart());
         const auto start = Clock::now();
         const Program program({pelorinPath}, environment);
@@ -95,7 +95,7 @@ void measureManager() {
     const Program program({pelorinPath}, environment);
     waitUntilListening(Clock::now());
     std::this_thread::sleep_for(std::chrono::seconds(2));
-    constexpr int idleSeconds = 20;
+    const int idleSeconds = repetitions(20);
     const long before = program.mainThreadSleeps();
     std::this_thread::sleep_for(std::chrono::seconds(idleSeconds));
     std::printf("idle:                  the main thread woke %ld times in %d seconds\n",
@@ -115,8 +115,8 @@ std::vector<double> statusLatencies(int count) {
 void measureParked(const char* name, const std::vector<std::string>& environment) {
     const Program program({pelorinPath}, environment);
     waitUntilListening(Clock::now());
-    statusLatencies(500);
-    const double idle = percentile(statusLatencies(5000), 0.99);
+    statusLatencies(repetitions(500));
+    const double idle = percentile(statusLatencies(repetitions(5000)), 0.99);
     const long before = program.residentBytes();
 
     std::vector<int> waiting;
@@ -135,7 +135,7 @@ void measureParked(const char* name, const std::vector<std::string>& environment
         std::this_thread::yield();
     const double seconds = secondsSince(start);
     const double each = static_cast<double>(program.residentBytes() - before) / parkedRequests / 1024.0;
-    const double busy = percentile(statusLatencies(5000), 0.99);
+    const double busy = percentile(statusLatencies(repetitions(5000)), 0.99);
     std::printf("%-22s %d requests parked in %.2f s, %.2f KiB resident each; p99 of /status %.0f us (idle %.0f us, "
                 "ratio %.2f)\n",
                 name, parkedRequests, seconds, each, busy * 1e6, idle * 1e6, busy / idle);

@@ -24,7 +24,7 @@ namespace {
 using namespace pelorin;
 using namespace pelorin::bench;
 
-constexpr int rounds = 101;
+const int rounds = repetitions(101);
 
 // The same hook as it is commonly written.
 constexpr const char* scriptWithTools = R"(#!/bin/bash

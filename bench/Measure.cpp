@@ -2,12 +2,18 @@
 
 #include <algorithm>
 #include <arpa/inet.h>
+#include <cstdio>
+#include <cstdlib>
 #include <netinet/in.h>
 #include <sys/socket.h>
 #include <thread>
 #include <unistd.h>
 
 namespace pelorin::bench {
+
+int repetitions(int full) {
+    return std::getenv("PELORIN_BENCH_BRIEF") ? 1 : full;
+}
 
 double secondsSince(Clock::time_point start) {
     return std::chrono::duration<double>(Clock::now() - start).count();
@@ -63,8 +69,11 @@ Load load(std::uint16_t port, const std::string& request, int connections, int r
             own.reserve(static_cast<std::size_t>(count));
             for (int index = 0; index < count; ++index) {
                 const auto begin = Clock::now();
-                if (!exchange(port, request).empty())
-                    own.push_back(secondsSince(begin));
+                if (exchange(port, request).empty()) {
+                    std::fputs("A request has no reply.\n", stderr);
+                    std::exit(1);
+                }
+                own.push_back(secondsSince(begin));
             }
         });
     }

@@ -9,6 +9,10 @@ namespace pelorin::bench {
 
 using Clock = std::chrono::steady_clock;
 
+/// How often to repeat what is measured `full` times: once when PELORIN_BENCH_BRIEF is set, which shows that a
+/// benchmark works and measures nothing.
+int repetitions(int full);
+
 /// Seconds since the moment.
 double secondsSince(Clock::time_point start);
 
@@ -24,7 +28,7 @@ struct Load {
 };
 
 /// Sends `requests` requests to the loopback port from `connections` threads, one connection a request, and reads each
-/// reply to its end.
+/// reply to its end. Ends the program when one has no reply.
 Load load(std::uint16_t port, const std::string& request, int connections, int requests);
 
 /// A small POST as the hooks send it.

@@ -3,6 +3,10 @@
 
 #include "BeaconryKit/interface/panel/NotchPanel.h"
 #include "BeaconryKit/platform/UserDefaults.h"
+#include "BeaconryKit/platform/WindowRaiser.h"
+#include "BeaconryKit/relay/NetworkTransport.h"
+#include "BeaconryKit/terminal/ProcessLauncher.h"
+#include "BeaconryKit/terminal/ProcessRunner.h"
 
 #include <QEventLoop>
 #include <QGuiApplication>
@@ -20,9 +24,12 @@ namespace {
 using namespace pelorin;
 using namespace pelorin::bench;
 
-class NoUserDefaults final : public UserDefaults {
+/// Every setting at its default, but no relay.
+class BareUserDefaults final : public UserDefaults {
 public:
-    std::optional<QJsonValue> object(const QString&) const override { return std::nullopt; }
+    std::optional<QJsonValue> object(const QString& key) const override {
+        return key == QLatin1String("relayURL") ? std::optional<QJsonValue>(QString()) : std::nullopt;
+    }
     void setObject(const QString&, const QJsonValue&) override {}
 };
 
@@ -64,8 +71,19 @@ int main(int argc, char** argv) {
     QGuiApplication application(argc, argv);
     QGuiApplication::setQuitOnLastWindowClosed(false);
     const auto dispatch = makeSystemDispatch();
-    NoUserDefaults defaults;
-    AppDelegate delegate(*dispatch, defaults);
+    BareUserDefaults defaults;
+    ProcessRunner runner;
+    ProcessLauncher launcher;
+    const auto raiser = makeWindowRaiser();
+    NetworkTransport network;
+    AppDelegate delegate({.dispatch = *dispatch,
+                          .defaults = defaults,
+                          .runner = runner,
+                          .launcher = launcher,
+                          .raiser = *raiser,
+                          .http = network,
+                          .sockets = network,
+                          .statusItem = makeStatusItem});
     if (delegate.start(0, pelorin::Display::present))
         return 1;
     NotchPanel* panel = findPanel();
@@ -75,9 +93,10 @@ int main(int argc, char** argv) {
     const std::string request = postRequest(
         "/permission", R"({"session_id":"s","request_id":"r","cwd":"/home/user/project","tool_name":"Bash",)"
                        R"("tool_input":{"command":"touch /home/user/project/made-by-tool"}})");
+    const AskEvent ask{.sessionId = QStringLiteral("s"), .requestId = QStringLiteral("r")};
     std::vector<double> ours;
     std::vector<double> empty;
-    for (int round = 0; round < 31; ++round) {
+    for (int round = 0; round < repetitions(31); ++round) {
         QQuickWindow window;
         window.resize(460, 120);
         empty.push_back(firstFrame(window, [&] { window.show(); }));
@@ -85,7 +104,7 @@ int main(int argc, char** argv) {
 
         std::thread hook;
         ours.push_back(firstFrame(*panel, [&] { hook = std::thread([&] { exchange(delegate.port(), request); }); }));
-        delegate.handle(*delegate.store().asks().first(), AskAction::deny());
+        delegate.handle(ask, AskAction::deny());
         hook.join();
         waitUntilHidden(*panel);
     }

@@ -15,8 +15,8 @@ namespace {
 using namespace pelorin;
 using namespace pelorin::bench;
 
-constexpr int rounds = 31;
-constexpr int passes = 40;
+const int rounds = repetitions(31);
+const int passes = repetitions(40);
 
 QStringList screens() {
     QStringList texts;

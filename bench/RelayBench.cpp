@@ -29,8 +29,8 @@ using namespace pelorin;
 using namespace pelorin::bench;
 
 constexpr std::uint16_t port = 45792;
-constexpr int rounds = 101;
-constexpr int manyAsks = 1000;
+const int rounds = repetitions(101);
+const int manyAsks = repetitions(1000);
 const QString token = QStringLiteral("token");
 const QString echoToken = QStringLiteral("echo");
 

@@ -150,8 +150,8 @@ struct Rounds {
 
 void compare(std::uint16_t bare, std::uint16_t ours, int connections) {
     const std::string request = postRequest("/event", R"({"session_id":"s","message":"hello"})");
-    constexpr int rounds = 15;
-    constexpr int requests = 3000;
+    const int rounds = repetitions(15);
+    const int requests = repetitions(375) * 8;
     Rounds bareRounds;
     Rounds ourRounds;
     // Interleaved, so that the machine's moods fall on both.

@@ -21,7 +21,7 @@ namespace {
 using namespace pelorin;
 using namespace pelorin::bench;
 
-constexpr int rounds = 31;
+const int rounds = repetitions(31);
 constexpr qint64 floodSize = 20'000'000;
 
 /// A program that prints a flood and then stays.

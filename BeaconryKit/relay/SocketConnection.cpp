@@ -64,11 +64,15 @@ void SocketConnection::resume() {
                               << "does not hold:" << error.errorString();
     });
     connect(m_socket, &QWebSocket::disconnected, this, &SocketConnection::fail);
-    connect(m_socket, qOverload<QAbstractSocket::SocketError>(&QWebSocket::error), this,
-            [this](QAbstractSocket::SocketError error) {
-                qCDebug(relayLog) << "The socket to" << loggable(m_request.url) << "failed:" << error;
-                fail();
-            });
+#if QT_VERSION >= QT_VERSION_CHECK(6, 5, 0)
+    constexpr auto failed = &QWebSocket::errorOccurred;
+#else
+    constexpr auto failed = qOverload<QAbstractSocket::SocketError>(&QWebSocket::error);
+#endif
+    connect(m_socket, failed, this, [this](QAbstractSocket::SocketError error) {
+        qCDebug(relayLog) << "The socket to" << loggable(m_request.url) << "failed:" << error;
+        fail();
+    });
     m_queue.asyncAfter(m_request.timeout, [weak = QPointer(this)] {
         if (weak && weak->m_state == State::connecting) {
             qCDebug(relayLog) << "No handshake in time with" << loggable(weak->m_request.url);

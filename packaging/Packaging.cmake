@@ -7,6 +7,8 @@ if(PELORIN_INTERFACE)
     DESTINATION ${CMAKE_INSTALL_DATADIR}/applications)
 endif()
 
+install(FILES ${CMAKE_CURRENT_LIST_DIR}/copyright DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/pelorin)
+
 set(CPACK_PACKAGE_NAME pelorin)
 set(CPACK_PACKAGE_VENDOR "The Pelorin developers")
 set(CPACK_PACKAGE_CONTACT "The Pelorin developers <maintainers@pelorin.example>")

@@ -1,13 +1,13 @@
 #include "BeaconryApp/AppDelegate.h"
 #include "BeaconryApp/CommandLine.h"
 #include "BeaconryApp/InstanceChannel.h"
+#include "BeaconryBase/ServicePort.h"
 
 #include "BeaconryKit/interface/wayland/CompositorLoss.h"
 #include "BeaconryKit/interface/wayland/DisplayChoice.h"
 #include "BeaconryKit/platform/DescriptorLimit.h"
 #include "BeaconryKit/platform/WindowRaiser.h"
 #include "BeaconryKit/relay/NetworkTransport.h"
-#include "BeaconryKit/service/ServerPort.h"
 #include "BeaconryKit/terminal/ProcessLauncher.h"
 #include "BeaconryKit/terminal/ProcessRunner.h"
 
@@ -39,7 +39,7 @@ int main(int argc, char** argv) {
         return answer->exitStatus;
     }
 
-    const quint16 port = pelorin::serverPort(qgetenv(pelorin::serverPortVariable));
+    const quint16 port = pelorin::servicePort(qgetenv(pelorin::servicePortVariable).toStdString());
     const QByteArray activationToken = qgetenv(activationTokenVariable);
     const bool wantsManager = pelorin::asksForManager(arguments);
     if (wantsManager && pelorin::InstanceChannel::askToShowManager(port, activationToken))

@@ -3,7 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 
-namespace pelorin::hook {
+namespace pelorin {
 
 namespace {
 
@@ -329,4 +329,4 @@ void appendRepaired(std::string& out, std::string_view value) {
     }
 }
 
-} // namespace pelorin::hook
+} // namespace pelorin

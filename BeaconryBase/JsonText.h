@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-namespace pelorin::hook {
+namespace pelorin {
 
 // What stands here reads JSON text that `ObjectScanner` has found complete, and writes such text. Given any other text,
 // the readers still stay inside it, but what they find means nothing.
@@ -60,4 +60,4 @@ void appendJsonString(std::string& out, std::string_view text);
 /// character is written as its escape, and a byte that is not part of valid UTF-8 becomes U+FFFD.
 void appendRepaired(std::string& out, std::string_view value);
 
-} // namespace pelorin::hook
+} // namespace pelorin

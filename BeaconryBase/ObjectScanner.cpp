@@ -1,6 +1,6 @@
 #include "BeaconryBase/ObjectScanner.h"
 
-namespace pelorin::hook {
+namespace pelorin {
 
 namespace {
 
@@ -225,4 +225,4 @@ void ObjectScanner::takeInNumber(char byte) {
     take(byte);
 }
 
-} // namespace pelorin::hook
+} // namespace pelorin

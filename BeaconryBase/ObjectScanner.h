@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-namespace pelorin::hook {
+namespace pelorin {
 
 /// Finds the end of one JSON object in bytes that arrive in pieces, and checks on the way that it is one. The outcome
 /// depends on the bytes alone, not on how they were cut into pieces.
@@ -75,4 +75,4 @@ private:
     std::size_t m_consumed = 0;
 };
 
-} // namespace pelorin::hook
+} // namespace pelorin

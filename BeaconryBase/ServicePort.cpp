@@ -1,6 +1,6 @@
 #include "BeaconryBase/ServicePort.h"
 
-namespace pelorin::hook {
+namespace pelorin {
 
 std::uint16_t servicePort(std::string_view variableValue) {
     const bool isNegative = variableValue.starts_with('-');
@@ -20,4 +20,4 @@ std::uint16_t servicePort(std::string_view variableValue) {
     return static_cast<std::uint16_t>(port);
 }
 
-} // namespace pelorin::hook
+} // namespace pelorin

@@ -4,7 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 
-namespace pelorin::hook {
+namespace pelorin {
 
 namespace {
 
@@ -90,4 +90,4 @@ std::string sha256(std::string_view bytes) {
     return digest;
 }
 
-} // namespace pelorin::hook
+} // namespace pelorin

@@ -2,8 +2,7 @@
 
 #include "BeaconryBase/JsonText.h"
 #include "BeaconryBase/ObjectScanner.h"
-
-#include <charconv>
+#include "BeaconryBase/WholeNumber.h"
 
 namespace pelorin::hook {
 
@@ -57,11 +56,9 @@ std::optional<ReplyHead> parseHead(std::string_view head) {
         if (!equalsLowered(line.substr(0, colon), "content-length"))
             continue;
         const std::string_view value = trimmed(line.substr(colon + 1), " \t");
-        std::size_t size = 0;
-        const auto [end, error] = std::from_chars(value.data(), value.data() + value.size(), size);
-        if (error != std::errc() || end != value.data() + value.size() || size > replyLimit)
+        parsed.bodySize = wholeNumber<std::size_t>(value);
+        if (!parsed.bodySize || *parsed.bodySize > replyLimit)
             return std::nullopt;
-        parsed.bodySize = size;
     }
     return parsed;
 }

@@ -1,6 +1,7 @@
 #pragma once
 
-#include <cstdint>
+#include "BeaconryBase/ProcessFacts.h"
+
 #include <optional>
 #include <string>
 #include <string_view>
@@ -8,21 +9,8 @@
 
 namespace pelorin::hook {
 
-/// What the system knows about a process.
-struct ProcessFacts {
-    pid_t parent = 0;
-    /// The name of its controlling terminal, without "/dev/"; empty when it has none.
-    std::string terminal;
-    /// When it was started, in a measure of the system's own; 0 when that is not known. Together with its id this names
-    /// a process for ever.
-    std::uint64_t startTime = 0;
-};
-
-/// Asks the system about a process; nothing when there is no such process.
+/// Tells of a process; nothing when there is no such process.
 using ProcessLookup = std::optional<ProcessFacts> (*)(pid_t process);
-
-/// The system's own answer. On Linux this starts no process.
-std::optional<ProcessFacts> lookUpProcess(pid_t process);
 
 /// The process id that an environment variable names; 0 when it names none.
 pid_t processIdIn(std::string_view text);
@@ -30,12 +18,5 @@ pid_t processIdIn(std::string_view text);
 /// The terminal of the CLI's process if that is known (0: it is not) and has one, else that of the nearest ancestor
 /// that has one, beginning with `parent`. A hook itself runs without a terminal. Empty when none is found.
 std::string findTerminal(pid_t cliProcess, pid_t parent, ProcessLookup lookUp);
-
-/// The name of the terminal with this number, as Linux counts them in /proc/PID/stat. Empty for 0 and for a device that
-/// is not known to be a terminal.
-std::string linuxTerminalName(unsigned long number);
-
-/// Reads the text of a /proc/PID/stat of Linux; nothing when it is malformed.
-std::optional<ProcessFacts> parseProcessStat(std::string_view stat);
 
 } // namespace pelorin::hook

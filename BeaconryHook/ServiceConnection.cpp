@@ -8,7 +8,6 @@
 #include <string>
 #include <sys/socket.h>
 #include <unistd.h>
-#include <utility>
 
 namespace pelorin::hook {
 
@@ -16,80 +15,71 @@ namespace {
 
 enum class AtClose { carryOn, reset };
 
-void setAtClose(int descriptor, AtClose behaviour) {
+void setAtClose(const FileDescriptor& socket, AtClose behaviour) {
     const linger option{behaviour == AtClose::reset ? 1 : 0, 0};
-    setsockopt(descriptor, SOL_SOCKET, SO_LINGER, &option, sizeof option);
+    setsockopt(socket.number(), SOL_SOCKET, SO_LINGER, &option, sizeof option);
 }
 
-// A socket that does not block; below 0 when there is none.
-int openSocket() {
+// A socket that does not block; a closed one when the system has no more.
+FileDescriptor openSocket() {
 #ifdef __linux__
-    return socket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
+    return FileDescriptor(socket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
 #else
-    const int descriptor = socket(AF_INET, SOCK_STREAM, 0);
-    if (descriptor >= 0) {
-        fcntl(descriptor, F_SETFD, FD_CLOEXEC);
-        fcntl(descriptor, F_SETFL, O_NONBLOCK);
+    FileDescriptor descriptor(socket(AF_INET, SOCK_STREAM, 0));
+    if (descriptor.isOpen()) {
+        fcntl(descriptor.number(), F_SETFD, FD_CLOEXEC);
+        makeNonBlocking(descriptor);
     }
     return descriptor;
 #endif
 }
 
-bool waitUntilWritable(int descriptor, const Deadline& deadline) {
+bool waitUntilWritable(const FileDescriptor& socket, const Deadline& deadline) {
     for (;;) {
-        pollfd readiness{descriptor, POLLOUT, 0};
+        pollfd readiness{socket.number(), POLLOUT, 0};
         const int ready = poll(&readiness, 1, deadline.remainingMilliseconds());
         if (ready >= 0 || errno != EINTR)
             return ready > 0;
     }
 }
 
-bool isConnected(int descriptor) {
+bool isConnected(const FileDescriptor& socket) {
     int error = 0;
     socklen_t size = sizeof error;
-    return getsockopt(descriptor, SOL_SOCKET, SO_ERROR, &error, &size) == 0 && error == 0;
+    return getsockopt(socket.number(), SOL_SOCKET, SO_ERROR, &error, &size) == 0 && error == 0;
 }
 
 } // namespace
 
 std::optional<ServiceConnection> ServiceConnection::open(std::uint16_t port, const Deadline& deadline) {
-    const int descriptor = openSocket();
-    if (descriptor < 0)
+    ServiceConnection connection(openSocket());
+    const FileDescriptor& socket = connection.m_socket;
+    if (!socket.isOpen())
         return std::nullopt;
-    ServiceConnection connection(descriptor);
     sockaddr_in address{};
     address.sin_family = AF_INET;
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     address.sin_port = htons(port);
-    if (connect(descriptor, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0)
+    if (connect(socket.number(), reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0)
         return connection;
-    if (errno != EINPROGRESS || !waitUntilWritable(descriptor, deadline) || !isConnected(descriptor))
+    if (errno != EINPROGRESS || !waitUntilWritable(socket, deadline) || !isConnected(socket))
         return std::nullopt;
     return connection;
 }
 
-ServiceConnection::ServiceConnection(ServiceConnection&& other) noexcept
-    : m_descriptor(std::exchange(other.m_descriptor, -1)) {
-}
-
-ServiceConnection::~ServiceConnection() {
-    if (m_descriptor >= 0)
-        close(m_descriptor);
-}
-
 bool ServiceConnection::send(std::string_view bytes, const Deadline& deadline) {
     while (!bytes.empty()) {
-        const ssize_t count = write(m_descriptor, bytes.data(), bytes.size());
+        const ssize_t count = write(m_socket.number(), bytes.data(), bytes.size());
         if (count > 0)
             bytes.remove_prefix(static_cast<std::size_t>(count));
-        else if (count == 0 || (errno != EINTR && (errno != EAGAIN || !waitUntilWritable(m_descriptor, deadline))))
+        else if (count == 0 || (errno != EINTR && (errno != EAGAIN || !waitUntilWritable(m_socket, deadline))))
             return false;
     }
     return true;
 }
 
 void ServiceConnection::resetUnlessAnswered() {
-    setAtClose(m_descriptor, AtClose::reset);
+    setAtClose(m_socket, AtClose::reset);
 }
 
 Decision ServiceConnection::awaitDecision(int answerDescriptor, const Deadline& deadline) {
@@ -97,13 +87,13 @@ Decision ServiceConnection::awaitDecision(int answerDescriptor, const Deadline& 
     char buffer[4096];
     for (;;) {
         // Nothing is asked of the answer's descriptor; that its reader has gone is reported all the same.
-        pollfd readiness[] = {{m_descriptor, POLLIN, 0}, {answerDescriptor, 0, 0}};
+        pollfd readiness[] = {{m_socket.number(), POLLIN, 0}, {answerDescriptor, 0, 0}};
         const int ready = poll(readiness, 2, deadline.remainingMilliseconds());
         if (ready < 0 && errno == EINTR)
             continue;
         if (ready <= 0 || readiness[1].revents != 0)
             return Decision::ask;
-        const ssize_t count = read(m_descriptor, buffer, sizeof buffer);
+        const ssize_t count = read(m_socket.number(), buffer, sizeof buffer);
         if (count < 0 && (errno == EINTR || errno == EAGAIN))
             continue;
         if (count > 0)
@@ -111,7 +101,7 @@ Decision ServiceConnection::awaitDecision(int answerDescriptor, const Deadline& 
         const auto decision = decisionIn(reply, count > 0 ? Connection::open : Connection::ended);
         if (!decision)
             continue;
-        setAtClose(m_descriptor, AtClose::carryOn);
+        setAtClose(m_socket, AtClose::carryOn);
         return *decision;
     }
 }

@@ -1,24 +1,22 @@
 #pragma once
 
+#include "BeaconryBase/FileDescriptor.h"
 #include "BeaconryHook/Deadline.h"
 #include "BeaconryHook/HttpExchange.h"
 
 #include <cstdint>
 #include <optional>
 #include <string_view>
+#include <utility>
 
 namespace pelorin::hook {
 
-/// A connection to the application. Owns its descriptor.
+/// A connection to the application.
 class ServiceConnection {
 public:
     /// Connects to the port on the loopback interface; nothing when nobody listens there, or nobody answers by the
     /// deadline.
     static std::optional<ServiceConnection> open(std::uint16_t port, const Deadline& deadline);
-
-    ServiceConnection(ServiceConnection&& other) noexcept;
-    ServiceConnection& operator=(ServiceConnection&&) = delete;
-    ~ServiceConnection();
 
     /// Hands all bytes to the system, which carries them on even when this process has ended, unless the connection is
     /// reset then. False when they have not all been taken by the deadline.
@@ -34,9 +32,9 @@ public:
     Decision awaitDecision(int answerDescriptor, const Deadline& deadline);
 
 private:
-    explicit ServiceConnection(int descriptor) : m_descriptor(descriptor) {}
+    explicit ServiceConnection(FileDescriptor socket) : m_socket(std::move(socket)) {}
 
-    int m_descriptor;
+    FileDescriptor m_socket;
 };
 
 } // namespace pelorin::hook

@@ -1,11 +1,13 @@
 #include "BeaconryHook/WaitingRecords.h"
 
+#include "BeaconryBase/FileDescriptor.h"
 #include "BeaconryBase/JsonText.h"
 #include "BeaconryBase/ObjectScanner.h"
-#include "BeaconryHook/ProcessTerminal.h"
+#include "BeaconryBase/ProcessFacts.h"
+#include "BeaconryBase/UserFolders.h"
+#include "BeaconryBase/WholeNumber.h"
 
 #include <cerrno>
-#include <charconv>
 #include <climits>
 #include <csignal>
 #include <cstdint>
@@ -43,13 +45,6 @@ struct Record {
     Waiter waiter;
 };
 
-template <typename Number>
-Number numberIn(std::string_view text) {
-    Number number{};
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-    return error == std::errc() && end == text.data() + text.size() ? number : Number{};
-}
-
 std::string textOf(const Record& record) {
     std::string text =
         R"({"pid":)" + std::to_string(record.waiter.process) + R"(,"start":)" + std::to_string(record.waiter.start);
@@ -68,24 +63,23 @@ std::string textOf(const Record& record) {
 }
 
 std::optional<Record> readRecord(const std::string& path) {
-    const int file = open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
-    if (file < 0)
+    const FileDescriptor file(open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+    if (!file.isOpen())
         return std::nullopt;
     static char buffer[recordLimit];
     struct stat status {};
-    const bool isOurs = fstat(file, &status) == 0 && S_ISREG(status.st_mode) && status.st_uid == geteuid();
-    const ssize_t size = isOurs ? read(file, buffer, sizeof buffer) : -1;
-    close(file);
+    const bool isOurs = fstat(file.number(), &status) == 0 && S_ISREG(status.st_mode) && status.st_uid == geteuid();
+    const ssize_t size = isOurs ? read(file.number(), buffer, sizeof buffer) : -1;
     const std::string_view text(buffer, size > 0 ? static_cast<std::size_t>(size) : 0);
     if (ObjectScanner().feed(text) != ObjectScanner::Progress::complete)
         return std::nullopt;
     const auto textIn = [&](std::string_view name) {
         return decodedJsonString(jsonMember(text, name));
     };
-    return Record{
-        .call = {textIn("session_id"), textIn("agent_id"), textIn("tool_name"), textIn("input_digest")},
-        .origin = textIn("origin"),
-        .waiter = {numberIn<pid_t>(jsonMember(text, "pid")), numberIn<std::uint64_t>(jsonMember(text, "start"))}};
+    return Record{.call = {textIn("session_id"), textIn("agent_id"), textIn("tool_name"), textIn("input_digest")},
+                  .origin = textIn("origin"),
+                  .waiter = {wholeNumber<pid_t>(jsonMember(text, "pid")).value_or(0),
+                             wholeNumber<std::uint64_t>(jsonMember(text, "start")).value_or(0)}};
 }
 
 bool isAlive(const Waiter& waiter) {
@@ -99,11 +93,10 @@ bool isAlive(const Waiter& waiter) {
 void end(const Waiter& waiter) {
 #if defined(__linux__) && defined(SYS_pidfd_open) && defined(SYS_pidfd_send_signal)
     // Through the descriptor the signal can only reach the process that is looked at behind its opening.
-    const auto process = static_cast<int>(syscall(SYS_pidfd_open, waiter.process, 0));
-    if (process >= 0) {
+    const FileDescriptor process(static_cast<int>(syscall(SYS_pidfd_open, waiter.process, 0)));
+    if (process.isOpen()) {
         if (isAlive(waiter))
-            syscall(SYS_pidfd_send_signal, process, SIGTERM, nullptr, 0);
-        close(process);
+            syscall(SYS_pidfd_send_signal, process.number(), SIGTERM, nullptr, 0);
         return;
     }
 #endif
@@ -119,12 +112,8 @@ bool isOwnDirectory(const std::string& path) {
 
 bool writeRecord(const std::string& path, const std::string& text) {
     unlink(path.c_str());
-    const int file = open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
-    if (file < 0)
-        return false;
-    const bool isWritten = write(file, text.data(), text.size()) == static_cast<ssize_t>(text.size());
-    close(file);
-    return isWritten;
+    const FileDescriptor file(open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
+    return file.isOpen() && write(file.number(), text.data(), text.size()) == static_cast<ssize_t>(text.size());
 }
 
 bool startedBefore(const Waiter& one, const Waiter& other) {
@@ -158,7 +147,7 @@ std::string recordDirectory(std::string_view runtimeDirectory, std::string_view 
         path = runtimeDirectory;
         path += "/pelorin";
     } else {
-        path = temporaryDirectory.starts_with('/') ? temporaryDirectory : "/tmp";
+        path = folderFrom(temporaryDirectory, "/tmp");
         path += "/pelorin-" + std::to_string(geteuid());
     }
     if (mkdir(path.c_str(), 0700) != 0 && errno != EEXIST)
@@ -179,8 +168,8 @@ Recording recordWaiting(const std::string& directory, const ToolCall& call, std:
     std::memcpy(ownRecordPath, own.c_str(), own.size() + 1);
     if (!writeRecord(own, text))
         return Recording::impossible;
-    // Only one can have the usual name; who gets it, of two that come by different ways, is the one that waits. What
-    // the name stands for is complete from the beginning.
+    // Two helpers with the same request ask for the same name, and only one gets it: that one waits. The record is
+    // written before it is linked to the name, so nobody ever finds half a record there.
     while (link(own.c_str(), usual.c_str()) != 0) {
         if (errno != EEXIST)
             return Recording::kept;

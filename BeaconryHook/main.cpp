@@ -26,6 +26,7 @@
 
 namespace {
 
+using namespace pelorin;
 using namespace pelorin::hook;
 
 // All in milliseconds.
@@ -132,7 +133,7 @@ void run(const HookCall& call, std::string_view program) {
     endAnsweredElsewhere(call.command, payload);
 
     const auto serviceDeadline = Deadline::afterMilliseconds(serviceWait);
-    auto service = ServiceConnection::open(servicePort(environmentText("BEACONRY_PORT")), serviceDeadline);
+    auto service = ServiceConnection::open(servicePort(environmentText(servicePortVariable)), serviceDeadline);
     if (!service)
         return;
 

@@ -1,6 +1,6 @@
 #include "BeaconrySetup/FileReplacement.h"
 
-#include "BeaconrySetup/Descriptor.h"
+#include "BeaconryBase/FileDescriptor.h"
 
 #include <cerrno>
 #include <climits>
@@ -73,11 +73,11 @@ std::vector<std::string> missingFolders(const std::string& path) {
     return missing;
 }
 
-tl::expected<std::string, std::string> readAll(const std::string& path, const Descriptor& file) {
+tl::expected<std::string, std::string> readAll(const std::string& path, const FileDescriptor& file) {
     std::string text;
     char buffer[65536];
     for (;;) {
-        const ssize_t count = read(file.get(), buffer, sizeof buffer);
+        const ssize_t count = read(file.number(), buffer, sizeof buffer);
         if (count == 0)
             return text;
         if (count < 0 && errno == EINTR)
@@ -98,14 +98,14 @@ struct Found {
 /// `path` is at the end of all links.
 tl::expected<Found, std::string> look(const std::string& path) {
     // A pipe must not hold this up.
-    const Descriptor file(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+    const FileDescriptor file(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
     if (!file.isOpen()) {
         if (errno == ENOENT)
             return Found{{std::nullopt, missingFolders(path).size()}};
         return systemFailure(path);
     }
     Found found;
-    if (fstat(file.get(), &found.status) != 0)
+    if (fstat(file.number(), &found.status) != 0)
         return systemFailure(path);
     if (!S_ISREG(found.status.st_mode))
         return failure(path, "is no file");
@@ -132,11 +132,11 @@ tl::expected<void, std::string> checkWritable(const std::string& path, const Fou
 }
 
 /// Held until it goes out of scope. The lock is on the folder, so that no file of ours is left behind.
-tl::expected<Descriptor, std::string> lockFolder(const std::string& folder) {
-    Descriptor descriptor(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+tl::expected<FileDescriptor, std::string> lockFolder(const std::string& folder) {
+    FileDescriptor descriptor(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     if (!descriptor.isOpen())
         return systemFailure(folder);
-    while (flock(descriptor.get(), LOCK_EX) != 0) {
+    while (flock(descriptor.number(), LOCK_EX) != 0) {
         // A file system without locks is no reason not to go on: nothing depends on the lock alone.
         if (errno != EINTR)
             break;
@@ -144,32 +144,32 @@ tl::expected<Descriptor, std::string> lockFolder(const std::string& folder) {
     return descriptor;
 }
 
-void copyAttributes(const Descriptor& from, const Descriptor& to) {
+void copyAttributes(const FileDescriptor& from, const FileDescriptor& to) {
 #ifdef __APPLE__
-    fcopyfile(from.get(), to.get(), nullptr, COPYFILE_XATTR | COPYFILE_ACL);
+    fcopyfile(from.number(), to.number(), nullptr, COPYFILE_XATTR | COPYFILE_ACL);
 #else
     char names[4096];
-    const ssize_t size = flistxattr(from.get(), names, sizeof names);
+    const ssize_t size = flistxattr(from.number(), names, sizeof names);
     for (ssize_t position = 0; position < size;) {
         const char* name = names + position;
         char value[4096];
-        const ssize_t valueSize = fgetxattr(from.get(), name, value, sizeof value);
+        const ssize_t valueSize = fgetxattr(from.number(), name, value, sizeof value);
         if (valueSize >= 0)
-            fsetxattr(to.get(), name, value, static_cast<std::size_t>(valueSize), 0);
+            fsetxattr(to.number(), name, value, static_cast<std::size_t>(valueSize), 0);
         position += static_cast<ssize_t>(std::strlen(name)) + 1;
     }
 #endif
 }
 
-bool writeAll(const Descriptor& file, std::string_view text) {
+bool writeAll(const FileDescriptor& file, std::string_view text) {
     while (!text.empty()) {
-        const ssize_t count = write(file.get(), text.data(), text.size());
+        const ssize_t count = write(file.number(), text.data(), text.size());
         if (count > 0)
             text.remove_prefix(static_cast<std::size_t>(count));
         else if (count == 0 || errno != EINTR)
             return false;
     }
-    return fsync(file.get()) == 0;
+    return fsync(file.number()) == 0;
 }
 
 mode_t modeOfNewFile() {
@@ -182,7 +182,7 @@ mode_t modeOfNewFile() {
 class SiblingFile {
 public:
     explicit SiblingFile(const std::string& path) : m_path(folderOf(path) + "/.pelorin-XXXXXX") {
-        m_file = Descriptor(mkostemp(m_path.data(), O_CLOEXEC));
+        m_file = FileDescriptor(mkostemp(m_path.data(), O_CLOEXEC));
     }
     ~SiblingFile() {
         if (m_file.isOpen())
@@ -197,22 +197,22 @@ public:
     /// Fills it, as a successor of the file that `status` tells of, if there is one.
     bool fill(std::string_view text, const struct stat* status, const std::string& like) {
         if (!status)
-            return fchmod(m_file.get(), modeOfNewFile()) == 0 && writeAll(m_file, text);
+            return fchmod(m_file.number(), modeOfNewFile()) == 0 && writeAll(m_file, text);
         struct stat own {};
-        if (fstat(m_file.get(), &own) != 0)
+        if (fstat(m_file.number(), &own) != 0)
             return false;
         const bool isSameOwner = own.st_uid == status->st_uid && own.st_gid == status->st_gid;
-        if (!isSameOwner && fchown(m_file.get(), status->st_uid, status->st_gid) != 0)
+        if (!isSameOwner && fchown(m_file.number(), status->st_uid, status->st_gid) != 0)
             return false;
-        if (fchmod(m_file.get(), status->st_mode & permissionBits) != 0)
+        if (fchmod(m_file.number(), status->st_mode & permissionBits) != 0)
             return false;
-        copyAttributes(Descriptor(open(like.c_str(), O_RDONLY | O_CLOEXEC)), m_file);
+        copyAttributes(FileDescriptor(open(like.c_str(), O_RDONLY | O_CLOEXEC)), m_file);
         return writeAll(m_file, text);
     }
 
 private:
     std::string m_path;
-    Descriptor m_file;
+    FileDescriptor m_file;
 };
 
 /// Stopping half-way would leave the file beside.
@@ -381,7 +381,7 @@ tl::expected<FileChange, std::string> editFile(const std::string& path, const Fi
         const ScopedSignalBlock held;
         switch (place(*end, *found, *wish)) {
         case Placing::done:
-            fsync(lock->get());
+            fsync(lock->number());
             return change;
         case Placing::failed:
             return systemFailure(*end);

@@ -6,7 +6,7 @@ namespace pelorin::setup {
 
 JsonNode JsonNode::text(std::string_view value) {
     JsonNode node;
-    hook::appendJsonString(node.m_scalar, value);
+    appendJsonString(node.m_scalar, value);
     return node;
 }
 
@@ -46,7 +46,7 @@ void JsonNode::appendLines(std::string& out, const TextStyle& style, const std::
         out += style.newline;
         out += inner;
         if (m_kind == Kind::object) {
-            hook::appendJsonString(out, name);
+            appendJsonString(out, name);
             out += style.colon;
         }
         value.appendLines(out, style, inner);
@@ -68,7 +68,7 @@ void JsonNode::appendLine(std::string& out, const TextStyle& style) const {
             out += style.comma;
         isFirst = false;
         if (m_kind == Kind::object) {
-            hook::appendJsonString(out, name);
+            appendJsonString(out, name);
             out += style.colon;
         }
         value.appendLine(out, style);

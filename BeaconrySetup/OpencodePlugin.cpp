@@ -11,7 +11,7 @@ std::string opencodePluginText(std::string_view module) {
             "\n"
             "export const Pelorin = async (context) => {\n"
             "  const module = pathToFileURL(";
-    hook::appendJsonString(text, module);
+    appendJsonString(text, module);
     text += ").href\n"
             "  const { Pelorin } = await import(module).catch(() => ({}))\n"
             "  return Pelorin ? Pelorin(context) : {}\n"

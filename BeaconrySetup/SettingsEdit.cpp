@@ -72,10 +72,10 @@ public:
         Container found;
         found.begin = offset(value) + 1;
         found.end = offset(value) + value.size() - 1;
-        hook::JsonMemberReader members(value);
+        JsonMemberReader members(value);
         while (const auto member = members.next())
             found.items.push_back({offset(member->name), end(member->value), member->name, member->value});
-        hook::JsonElementReader elements(value);
+        JsonElementReader elements(value);
         while (const auto element = elements.next())
             found.items.push_back({offset(*element), end(*element), {}, *element});
         return found;
@@ -126,7 +126,7 @@ private:
 /// The value under the name in a container of members, or an empty text.
 std::string_view valueIn(const Container& object, std::string_view name) {
     for (const Item& item : object.items) {
-        if (hook::jsonStringEquals(item.name, name))
+        if (jsonStringEquals(item.name, name))
             return item.value;
     }
     return {};
@@ -242,12 +242,12 @@ private:
     }
 
     Removal stripGroup(std::string_view group, std::vector<Replacement>& edits) {
-        return strip(hook::jsonMember(group, hooksName), '[', edits,
+        return strip(jsonMember(group, hooksName), '[', edits,
                      [this](const Item& element, std::vector<Replacement>&) { return stripHook(element.value); });
     }
 
     Removal stripHook(std::string_view hookValue) const {
-        const std::string command = hook::decodedJsonString(hook::jsonMember(hookValue, "command"));
+        const std::string command = decodedJsonString(jsonMember(hookValue, "command"));
         return isOurCommand(command, m_plan.hooksDirectory) ? Removal::vanished : Removal::untouched;
     }
 
@@ -257,7 +257,7 @@ private:
 
 bool isCompanion(const Item& item, const HookPlan& plan) {
     return std::any_of(plan.companions.begin(), plan.companions.end(), [&](const auto& member) {
-        return hook::jsonStringEquals(item.name, member.first) && item.value == member.second;
+        return jsonStringEquals(item.name, member.first) && item.value == member.second;
     });
 }
 
@@ -268,7 +268,7 @@ SettingsImage stripped(const Document& document, const HookPlan& plan, Original 
     std::vector<bool> isGone;
     Removal hooksRemoval = Removal::untouched;
     for (const Item& item : root.items) {
-        const bool isHooks = hook::jsonStringEquals(item.name, hooksName);
+        const bool isHooks = jsonStringEquals(item.name, hooksName);
         if (isHooks)
             hooksRemoval = stripper.stripHooks(item.value, edits);
         isGone.push_back(isHooks && hooksRemoval == Removal::vanished);
@@ -396,7 +396,7 @@ private:
     void appendName(std::string& out, const NamedNode& node) const {
         if (node.first.empty())
             return;
-        hook::appendJsonString(out, node.first);
+        appendJsonString(out, node.first);
         out += m_style.colon;
     }
 
@@ -457,25 +457,25 @@ tl::expected<SettingsImage, Refusal> inserted(const SettingsImage& image, const 
 /// Whether the value is an object of exactly these members. The command is compared by what it means.
 bool isEntry(std::string_view value, const HookEntry& entry, HookLayout layout) {
     std::size_t count = 0;
-    hook::JsonMemberReader members(value);
+    JsonMemberReader members(value);
     while (members.next())
         ++count;
     const bool isGrouped = layout == HookLayout::grouped;
     if (count != entry.options.size() + (isGrouped ? 2 : 1))
         return false;
-    if (isGrouped && !hook::jsonStringEquals(hook::jsonMember(value, "type"), "command"))
+    if (isGrouped && !jsonStringEquals(jsonMember(value, "type"), "command"))
         return false;
-    if (!hook::jsonStringEquals(hook::jsonMember(value, "command"), entry.command))
+    if (!jsonStringEquals(jsonMember(value, "command"), entry.command))
         return false;
     return std::all_of(entry.options.begin(), entry.options.end(),
-                       [&](const auto& option) { return hook::jsonMember(value, option.first) == option.second; });
+                       [&](const auto& option) { return jsonMember(value, option.first) == option.second; });
 }
 
 class Inspector {
 public:
     Inspector(const Document& document, const HookPlan& plan) : m_plan(plan), m_isFound(plan.entries.size()) {
-        const std::string_view hooks = hook::jsonMember(document.root(), hooksName);
-        hook::JsonMemberReader events(hooks);
+        const std::string_view hooks = jsonMember(document.root(), hooksName);
+        JsonMemberReader events(hooks);
         while (const auto event = events.next())
             inspectEvent(*event);
     }
@@ -492,28 +492,28 @@ public:
     }
 
 private:
-    void inspectEvent(const hook::JsonMember& event) {
-        hook::JsonElementReader elements(event.value);
+    void inspectEvent(const JsonMember& event) {
+        JsonElementReader elements(event.value);
         while (const auto element = elements.next()) {
             if (m_plan.layout == HookLayout::flat) {
                 inspectHook(event.name, *element);
                 continue;
             }
-            hook::JsonElementReader hooks(hook::jsonMember(*element, hooksName));
+            JsonElementReader hooks(jsonMember(*element, hooksName));
             while (const auto hookValue = hooks.next())
                 inspectHook(event.name, *hookValue);
         }
     }
 
     void inspectHook(std::string_view eventName, std::string_view value) {
-        const std::string command = hook::decodedJsonString(hook::jsonMember(value, "command"));
+        const std::string command = decodedJsonString(jsonMember(value, "command"));
         if (!isOurCommand(command, m_plan.hooksDirectory))
             return;
         ++m_ours;
-        m_events.push_back(hook::decodedJsonString(eventName));
+        m_events.push_back(decodedJsonString(eventName));
         for (std::size_t index = 0; index < m_plan.entries.size(); ++index) {
             const HookEntry& entry = m_plan.entries[index];
-            if (hook::jsonStringEquals(eventName, entry.event) && isEntry(value, entry, m_plan.layout))
+            if (jsonStringEquals(eventName, entry.event) && isEntry(value, entry, m_plan.layout))
                 m_isFound[index] = true;
         }
     }

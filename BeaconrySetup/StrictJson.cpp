@@ -34,16 +34,16 @@ std::optional<std::string> doubledName(std::string_view value, std::size_t depth
     if (depth > settingsDepthLimit)
         return "it is nested too deeply";
     if (value.starts_with('[')) {
-        hook::JsonElementReader elements(value);
+        JsonElementReader elements(value);
         while (const auto element = elements.next()) {
             if (auto fault = doubledName(*element, depth + 1))
                 return fault;
         }
     }
     std::vector<std::string> names;
-    hook::JsonMemberReader members(value);
+    JsonMemberReader members(value);
     while (const auto member = members.next()) {
-        names.push_back(hook::decodedJsonString(member->name));
+        names.push_back(decodedJsonString(member->name));
         if (auto fault = doubledName(member->value, depth + 1))
             return fault;
     }
@@ -61,7 +61,7 @@ std::string_view withoutByteOrderMark(std::string_view text) {
 }
 
 std::optional<std::string> faultOf(std::string_view text) {
-    if (!hook::isUtf8(text))
+    if (!isUtf8(text))
         return "it is not UTF-8 text";
     text = withoutByteOrderMark(text);
     const std::size_t start = text.find_first_not_of(spaces);
@@ -70,13 +70,13 @@ std::optional<std::string> faultOf(std::string_view text) {
     if (text[start] == '[')
         return "its top level is a list and not an object";
 
-    hook::ObjectScanner scanner;
+    ObjectScanner scanner;
     switch (scanner.feed(text)) {
-    case hook::ObjectScanner::Progress::malformed:
+    case ObjectScanner::Progress::malformed:
         return grammarFault(text, scanner.consumed() - 1);
-    case hook::ObjectScanner::Progress::incomplete:
+    case ObjectScanner::Progress::incomplete:
         return "it ends in the midst of an object";
-    case hook::ObjectScanner::Progress::complete:
+    case ObjectScanner::Progress::complete:
         break;
     }
     const std::size_t behind = text.find_first_not_of(spaces, scanner.consumed());
@@ -87,7 +87,7 @@ std::optional<std::string> faultOf(std::string_view text) {
     }
     // The scanner lets raw control characters in strings pass.
     std::string repaired;
-    hook::appendRepaired(repaired, text);
+    appendRepaired(repaired, text);
     if (repaired != text) {
         const auto difference = std::mismatch(text.begin(), text.end(), repaired.begin(), repaired.end());
         return atLine(text, static_cast<std::size_t>(difference.first - text.begin())) +

@@ -1,6 +1,6 @@
 #include "BeaconrySetup/Target.h"
 
-#include "BeaconrySetup/FileReplacement.h"
+#include "BeaconryBase/UserFolders.h"
 #include "BeaconrySetup/LoginEntry.h"
 #include "BeaconrySetup/OpencodePlugin.h"
 
@@ -117,9 +117,9 @@ HookPlan cursorPlan(const SetupEnvironment& environment, ToolQuestions) {
 
 std::string loginPath(const SetupEnvironment& environment) {
 #ifdef __APPLE__
-    return environment.home + "/Library/LaunchAgents/com.pelorin.manager.plist";
+    return launchAgentFile(environment.home);
 #else
-    return environment.configHome + "/autostart/com.pelorin.manager.desktop";
+    return autostartFile(environment.configHome);
 #endif
 }
 
@@ -188,22 +188,16 @@ std::string environmentText(const char* name) {
     return value ? value : std::string();
 }
 
-/// A directory that the environment names; one that is not absolute is to be ignored.
-std::string directoryIn(const char* variable, const std::string& otherwise) {
-    std::string directory = environmentText(variable);
-    return directory.starts_with('/') ? directory : otherwise;
-}
-
 } // namespace
 
 std::optional<SetupEnvironment> environmentOfProcess() {
     SetupEnvironment environment;
-    environment.home = directoryIn("HOME", {});
+    environment.home = folderFrom(environmentText("HOME"), {});
     if (environment.home.empty())
         return std::nullopt;
-    environment.configHome = directoryIn("XDG_CONFIG_HOME", environment.home + "/.config");
-    environment.codexHome = directoryIn("CODEX_HOME", environment.home + "/.codex");
-    environment.geminiHome = directoryIn("GEMINI_CLI_HOME", environment.home);
+    environment.configHome = configFolder(environmentText("XDG_CONFIG_HOME"), environment.home);
+    environment.codexHome = folderFrom(environmentText("CODEX_HOME"), environment.home + "/.codex");
+    environment.geminiHome = folderFrom(environmentText("GEMINI_CLI_HOME"), environment.home);
     return environment;
 }
 

@@ -17,6 +17,7 @@
 
 namespace {
 
+using namespace pelorin;
 using namespace pelorin::hook;
 using Progress = ObjectScanner::Progress;
 

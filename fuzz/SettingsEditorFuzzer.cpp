@@ -31,9 +31,9 @@ void require(bool isSo) {
 /// The members beside the hooks stand in the result as they stood, and in their order.
 void requireMembers(const std::string& before, const std::string& after) {
     std::size_t position = 0;
-    hook::JsonMemberReader members(std::string_view(before).substr(before.find('{')));
+    JsonMemberReader members(std::string_view(before).substr(before.find('{')));
     while (const auto member = members.next()) {
-        if (hook::jsonStringEquals(member->name, "hooks"))
+        if (jsonStringEquals(member->name, "hooks"))
             continue;
         const std::string_view text(
             member->name.data(),

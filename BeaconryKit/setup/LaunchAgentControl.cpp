@@ -1,5 +1,7 @@
 #include "BeaconryKit/setup/LaunchAgentControl.h"
 
+#include "BeaconryBase/UserFolders.h"
+
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -9,15 +11,13 @@ namespace pelorin {
 LaunchAgentControl::Dependencies LaunchAgentControl::Dependencies::ofProcess() {
     Dependencies dependencies;
     dependencies.environment = processEnvironment();
+    const std::string home = QFile::encodeName(QDir::homePath()).toStdString();
 #ifdef Q_OS_MACOS
-    dependencies.plistPath = QDir::homePath() + QStringLiteral("/Library/LaunchAgents/com.pelorin.manager.plist");
+    dependencies.plistPath = QFile::decodeName(launchAgentFile(home).c_str());
     dependencies.tool = QStringLiteral("/bin/launchctl");
 #else
-    // The base directory rules ask programs to ignore a relative path in the variable.
-    QString base = qEnvironmentVariable("XDG_CONFIG_HOME");
-    if (!QDir::isAbsolutePath(base))
-        base = QDir::homePath() + QStringLiteral("/.config");
-    dependencies.plistPath = base + QStringLiteral("/autostart/com.pelorin.manager.desktop");
+    const std::string folder = configFolder(qgetenv("XDG_CONFIG_HOME").toStdString(), home);
+    dependencies.plistPath = QFile::decodeName(autostartFile(folder).c_str());
 #endif
     return dependencies;
 }

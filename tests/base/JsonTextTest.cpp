@@ -6,7 +6,7 @@
 #include <QJsonObject>
 #include <gmock/gmock.h>
 
-namespace pelorin::hook {
+namespace pelorin {
 namespace {
 
 using namespace std::string_literals;
@@ -179,4 +179,4 @@ TEST(IsUtf8, KnowsValidSequences) {
 }
 
 } // namespace
-} // namespace pelorin::hook
+} // namespace pelorin

@@ -4,7 +4,7 @@
 
 #include <gmock/gmock.h>
 
-namespace pelorin::hook {
+namespace pelorin {
 namespace {
 
 using namespace std::string_literals;
@@ -182,4 +182,4 @@ TEST(ObjectScanner, PassesOverHugeStrings) {
 }
 
 } // namespace
-} // namespace pelorin::hook
+} // namespace pelorin

@@ -1,13 +1,11 @@
 #include "BeaconryBase/ServicePort.h"
 
-#include "BeaconryKit/service/ServerPort.h"
-
 #include <gmock/gmock.h>
 
-namespace pelorin::hook {
+namespace pelorin {
 namespace {
 
-TEST(ServicePort, IsReadAsTheApplicationReadsIt) {
+TEST(ServicePort, ReadsAWholeDecimalNumberOfSixteenBits) {
     const std::pair<std::string_view, std::uint16_t> table[] = {
         {"", 45789},
         {"0", 0},
@@ -24,6 +22,13 @@ TEST(ServicePort, IsReadAsTheApplicationReadsIt) {
         {"-00", 0},
         {"-1", 45789},
         {"-+0", 45789},
+        {"+-0", 45789},
+        {"-5", 45789},
+        {"-01", 45789},
+        {"-000", 0},
+        {"12a", 45789},
+        {"8080", 8080},
+        {"00080", 80},
         {"0000080", 80},
         {" 80", 45789},
         {"80 ", 45789},
@@ -38,12 +43,13 @@ TEST(ServicePort, IsReadAsTheApplicationReadsIt) {
         {"18446744073709551617", 45789},
         {"00000000000000000000000000000000000080", 80},
     };
-    for (const auto& [text, port] : table) {
+    for (const auto& [text, port] : table)
         EXPECT_EQ(servicePort(text), port) << text;
-        EXPECT_EQ(serverPort(QByteArrayView(text.data(), static_cast<qsizetype>(text.size()))), port) << text;
-    }
-    EXPECT_EQ(defaultServicePort, defaultServerPort);
+}
+
+TEST(ServicePort, IsNamedByItsVariable) {
+    EXPECT_STREQ(servicePortVariable, "BEACONRY_PORT");
 }
 
 } // namespace
-} // namespace pelorin::hook
+} // namespace pelorin

@@ -1,15 +1,17 @@
+#include "BeaconryBase/UserFolders.h"
+
 #include "BeaconryKit/platform/FileUserDefaults.h"
 
 #include <QDir>
+#include <QFile>
 
 namespace pelorin {
 
 std::unique_ptr<UserDefaults> makeStandardUserDefaults() {
-    // The base directory rules ask programs to ignore a relative path in the variable.
-    QString base = qEnvironmentVariable("XDG_CONFIG_HOME");
-    if (!QDir::isAbsolutePath(base))
-        base = QDir::homePath() + QStringLiteral("/.config");
-    return std::make_unique<FileUserDefaults>(base + QStringLiteral("/com.pelorin.manager/defaults.json"));
+    const std::string folder =
+        configFolder(qgetenv("XDG_CONFIG_HOME").toStdString(), QFile::encodeName(QDir::homePath()).toStdString());
+    return std::make_unique<FileUserDefaults>(QFile::decodeName(folder.c_str()) +
+                                              QStringLiteral("/com.pelorin.manager/defaults.json"));
 }
 
 } // namespace pelorin

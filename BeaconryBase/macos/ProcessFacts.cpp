@@ -1,10 +1,11 @@
-#include "BeaconryHook/ProcessTerminal.h"
+#include "BeaconryBase/ProcessFacts.h"
 
 #include <cstdlib>
 #include <sys/stat.h>
 #include <sys/sysctl.h>
+#include <unistd.h>
 
-namespace pelorin::hook {
+namespace pelorin {
 
 std::optional<ProcessFacts> lookUpProcess(pid_t process) {
     int name[] = {CTL_KERN, KERN_PROC, KERN_PROC_PID, process};
@@ -15,9 +16,11 @@ std::optional<ProcessFacts> lookUpProcess(pid_t process) {
         return std::nullopt;
     ProcessFacts facts;
     facts.parent = info.kp_eproc.e_ppid;
+    facts.session = getsid(process);
     const timeval& start = info.kp_proc.p_starttime;
     facts.startTime = static_cast<std::uint64_t>(start.tv_sec) * 1'000'000 + static_cast<std::uint64_t>(start.tv_usec);
     if (info.kp_eproc.e_tdev != NODEV) {
+        facts.terminalDevice = info.kp_eproc.e_tdev;
         // A device without a name is called "??".
         const char* device = devname(info.kp_eproc.e_tdev, S_IFCHR);
         if (device && *device != '?')
@@ -26,4 +29,4 @@ std::optional<ProcessFacts> lookUpProcess(pid_t process) {
     return facts;
 }
 
-} // namespace pelorin::hook
+} // namespace pelorin

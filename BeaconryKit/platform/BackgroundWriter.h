@@ -9,8 +9,7 @@
 namespace pelorin {
 
 /// Writes to a descriptor without ever making the caller wait: what the descriptor does not take at once waits in
-/// memory and follows, in order, from a thread that lives only as long as something waits. All operations may be called
-/// from any thread.
+/// memory and follows later, in order. All operations may be called from any thread.
 class BackgroundWriter {
 public:
     /// The descriptor must not block. At most `limit` bytes wait; what goes beyond is lost.
@@ -26,8 +25,6 @@ public:
 
 private:
     struct State;
-
-    static void drain(const std::shared_ptr<State>& state, const FileDescriptor& descriptor, int wake);
 
     std::shared_ptr<const FileDescriptor> m_descriptor;
     std::shared_ptr<State> m_state;

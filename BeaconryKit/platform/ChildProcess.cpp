@@ -2,7 +2,8 @@
 
 #include "BeaconryBase/FileDescriptor.h"
 
-#include "BeaconryKit/platform/ThreadName.h"
+#include "BeaconryKit/platform/DescriptorLimit.h"
+#include "BeaconryKit/platform/ExitWatch.h"
 
 #include <algorithm>
 #include <array>
@@ -10,14 +11,12 @@
 #include <climits>
 #include <condition_variable>
 #include <csignal>
+#include <cstdlib>
+#include <dirent.h>
 #include <fcntl.h>
 #include <mutex>
-#include <poll.h>
 #include <sys/ioctl.h>
-#include <sys/resource.h>
 #include <sys/wait.h>
-#include <system_error>
-#include <thread>
 #include <unistd.h>
 #include <vector>
 
@@ -36,6 +35,8 @@ struct Preparation {
     std::vector<char*> arguments;
     std::vector<char*> environment;
     std::array<int, 3> streams{};
+    // Empty where the system can close descriptors without knowing which there are.
+    std::vector<int> openDescriptors;
     ChildProcess::Group group = ChildProcess::Group::ours;
     int errorPipe = -1;
 };
@@ -55,16 +56,40 @@ void resetSignals() {
     pthread_sigmask(SIG_SETMASK, &none, nullptr);
 }
 
-void closeOnExecAboveStandardStreams() {
-    constexpr int first = STDERR_FILENO + 1;
+/// Marks all numbers from `first` on at once. False where the system cannot do that.
+bool closeOnExecFrom([[maybe_unused]] unsigned first) {
 #if defined(__linux__)
-    if (close_range(first, UINT_MAX, CLOSE_RANGE_CLOEXEC) == 0)
-        return;
+    return close_range(first, UINT_MAX, CLOSE_RANGE_CLOEXEC) == 0;
+#else
+    return false;
 #endif
-    rlimit limit{};
-    const bool isKnown = getrlimit(RLIMIT_NOFILE, &limit) == 0 && limit.rlim_cur <= INT_MAX;
-    const int end = isKnown ? static_cast<int>(limit.rlim_cur) : 65536;
-    for (int number = first; number < end; ++number)
+}
+
+/// The system's own list of what we have open, by number.
+std::vector<int> listDescriptors() {
+#if defined(__linux__)
+    constexpr auto folder = "/proc/self/fd";
+#else
+    constexpr auto folder = "/dev/fd";
+#endif
+    std::vector<int> numbers;
+    DIR* const list = opendir(folder);
+    if (!list)
+        return numbers;
+    while (const dirent* const entry = readdir(list)) {
+        // The folder's own entries are no numbers and give 0, a standard stream.
+        if (const int number = std::atoi(entry->d_name); number > STDERR_FILENO)
+            numbers.push_back(number);
+    }
+    closedir(list);
+    return numbers;
+}
+
+/// What another thread has opened since the list was made is of our own making, and marked already.
+void closeOnExecAboveStandardStreams(const std::vector<int>& openDescriptors) {
+    if (closeOnExecFrom(STDERR_FILENO + 1))
+        return;
+    for (const int number : openDescriptors)
         fcntl(number, F_SETFD, FD_CLOEXEC);
 }
 
@@ -92,7 +117,8 @@ bool enterGroup(ChildProcess::Group group) {
 
 [[noreturn]] void runChild(const Preparation& preparation) {
     if (placeStreams(preparation.streams) && enterGroup(preparation.group)) {
-        closeOnExecAboveStandardStreams();
+        closeOnExecAboveStandardStreams(preparation.openDescriptors);
+        putDescriptorLimitBack();
         resetSignals();
         execve(preparation.executable, preparation.arguments.data(), preparation.environment.data());
     }
@@ -115,60 +141,60 @@ pid_t forkChild(const Preparation& preparation) {
     return child;
 }
 
-/// Whether the child reached its program: the pipe then closes without a word.
-bool programStarted(const FileDescriptor& errorPipe) {
+/// Why the child did not reach its program; 0 when it did: the pipe then closes without a word.
+int startError(const FileDescriptor& errorPipe) {
     int error = 0;
     ssize_t count = -1;
     do {
         count = read(errorPipe.number(), &error, sizeof error);
     } while (count < 0 && errno == EINTR);
-    return count == 0;
+    return count < 0 ? errno : error;
+}
+
+tl::unexpected<std::error_code> failure(int error) {
+    return tl::unexpected(std::error_code(error, std::generic_category()));
+}
+
+/// How the child has ended, which it must have.
+int statusOf(pid_t child) {
+    siginfo_t info{};
+    waitid(P_PID, static_cast<id_t>(child), &info, WEXITED | WNOWAIT);
+    return info.si_code == CLD_EXITED ? info.si_status : 128 + info.si_status;
 }
 
 } // namespace
 
 struct ChildProcess::State {
+    State(pid_t child, bool keepsNumber) : processId(child), keepsNumberUntilReleased(keepsNumber) {}
+
+    const pid_t processId;
+    const bool keepsNumberUntilReleased;
     std::mutex mutex;
     std::condition_variable changed;
-    // 0 until the fork, -1 when there will be no child.
-    pid_t processId = 0;
-    bool keepsNumberUntilReleased = false;
     bool isReleased = false;
-    bool hasEnded = false;
-    bool isReaped = false;
+    // There once the child has ended.
+    std::optional<int> status;
+
+    void noteExit() {
+        const std::lock_guard lock(mutex);
+        status = statusOf(processId);
+        if (!keepsNumberUntilReleased || isReleased)
+            waitpid(processId, nullptr, 0);
+        changed.notify_all();
+    }
+
+    void release() {
+        const std::lock_guard lock(mutex);
+        isReleased = true;
+        if (keepsNumberUntilReleased && status)
+            waitpid(processId, nullptr, 0);
+    }
 };
 
-void ChildProcess::watch(const std::shared_ptr<State>& state, const std::function<void()>& onExit) {
-    pid_t child = 0;
-    {
-        std::unique_lock lock(state->mutex);
-        state->changed.wait(lock, [&] { return state->processId != 0; });
-        child = state->processId;
-    }
-    if (child < 0)
-        return;
-    // Waits without reaping: until the lock is held, another thread may still signal the number.
-    siginfo_t info{};
-    while (waitid(P_PID, static_cast<id_t>(child), &info, WEXITED | WNOWAIT) != 0 && errno == EINTR) {
-    }
-    {
-        std::unique_lock lock(state->mutex);
-        state->hasEnded = true;
-        state->changed.notify_all();
-        if (state->keepsNumberUntilReleased)
-            state->changed.wait(lock, [&] { return state->isReleased; });
-        waitpid(child, nullptr, 0);
-        state->isReaped = true;
-        state->changed.notify_all();
-    }
-    if (onExit)
-        onExit();
-}
-
-std::unique_ptr<ChildProcess> ChildProcess::start(Launch launch) {
+tl::expected<ChildProcess, std::error_code> ChildProcess::start(Launch launch) {
     auto errorPipe = Pipe::make();
     if (!errorPipe)
-        return nullptr;
+        return failure(errno);
 
     Preparation preparation;
     preparation.executable = launch.executable.constData();
@@ -196,123 +222,71 @@ std::unique_ptr<ChildProcess> ChildProcess::start(Launch launch) {
         duplicates[stream] = FileDescriptor(fcntl(given[stream], F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
         preparation.streams[stream] = duplicates[stream].number();
         if (!duplicates[stream].isOpen())
-            return nullptr;
+            return failure(errno);
     }
-
-    const auto state = std::make_shared<State>();
-    state->keepsNumberUntilReleased = launch.group == Group::own;
-    // The watcher comes first: a child that nobody could wait for must not be started.
-    try {
-        std::thread([state, onExit = std::move(launch.onExit)] {
-            setCurrentThreadName("com.pelorin.child");
-            watch(state, onExit);
-        }).detach();
-    } catch (const std::system_error&) {
-        return nullptr;
-    }
+    // Nothing has so high a number: this only asks whether the child will be able to.
+    if (!closeOnExecFrom(UINT_MAX))
+        preparation.openDescriptors = listDescriptors();
 
     const pid_t child = forkChild(preparation);
+    if (child < 0)
+        return failure(errno);
     errorPipe->writeEnd.reset();
-    const bool started = child > 0 && programStarted(errorPipe->readEnd);
-    if (child > 0 && !started)
+    if (const int error = startError(errorPipe->readEnd)) {
         waitpid(child, nullptr, 0);
-    {
-        const std::lock_guard lock(state->mutex);
-        state->processId = started ? child : -1;
+        return failure(error);
     }
-    state->changed.notify_all();
-    return started ? std::unique_ptr<ChildProcess>(new ChildProcess(state)) : nullptr;
+    const auto state = std::make_shared<State>(child, launch.group == Group::own);
+    const bool isWatched = watchForExit(child, [state, onExit = std::move(launch.onExit)] {
+        state->noteExit();
+        if (onExit)
+            onExit();
+    });
+    if (!isWatched) {
+        // Nobody would notice its end.
+        kill(child, SIGKILL);
+        waitpid(child, nullptr, 0);
+        return failure(EAGAIN);
+    }
+    return ChildProcess(state);
 }
 
 ChildProcess::ChildProcess(std::shared_ptr<State> state) : m_state(std::move(state)) {
 }
 
 ChildProcess::~ChildProcess() {
-    std::unique_lock lock(m_state->mutex);
-    m_state->isReleased = true;
-    m_state->changed.notify_all();
-    // Whoever saw the child end finds no zombie after letting go of it.
-    if (m_state->hasEnded)
-        m_state->changed.wait(lock, [this] { return m_state->isReaped; });
+    // One that was moved from has no child.
+    if (m_state)
+        m_state->release();
 }
 
 int ChildProcess::processId() const {
-    const std::lock_guard lock(m_state->mutex);
     return m_state->processId;
 }
 
 bool ChildProcess::isRunning() const {
-    const std::lock_guard lock(m_state->mutex);
-    return !m_state->hasEnded;
+    return !status();
 }
 
-void ChildProcess::terminate() {
+void ChildProcess::terminate() const {
     const std::lock_guard lock(m_state->mutex);
-    if (!m_state->hasEnded)
+    if (!m_state->status)
         kill(m_state->processId, SIGTERM);
 }
 
-void ChildProcess::killGroup() {
-    const std::lock_guard lock(m_state->mutex);
+void ChildProcess::killGroup() const {
     if (m_state->keepsNumberUntilReleased)
         kill(-m_state->processId, SIGKILL);
 }
 
-bool ChildProcess::waitUntil(std::chrono::steady_clock::time_point deadline) {
+bool ChildProcess::waitUntil(std::chrono::steady_clock::time_point deadline) const {
     std::unique_lock lock(m_state->mutex);
-    return m_state->changed.wait_until(lock, deadline, [this] { return m_state->hasEnded; });
+    return m_state->changed.wait_until(lock, deadline, [this] { return m_state->status.has_value(); });
 }
 
-namespace {
-
-using Moment = std::chrono::steady_clock::time_point;
-
-/// Reads to the end of file. False at the deadline, beyond the limit, and when reading fails.
-bool readToEnd(const FileDescriptor& descriptor, Moment deadline, qsizetype limit, QByteArray& bytes) {
-    constexpr qsizetype chunk = 65536;
-    while (true) {
-        const qsizetype size = bytes.size();
-        bytes.resize(size + chunk);
-        const ssize_t count = read(descriptor.number(), bytes.data() + size, chunk);
-        bytes.resize(size + std::max<ssize_t>(count, 0));
-        if (count == 0)
-            return true;
-        if (bytes.size() > limit)
-            return false;
-        if (count < 0 && errno != EAGAIN && errno != EINTR)
-            return false;
-        const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
-        if (left.count() <= 0)
-            return false;
-        pollfd ready{descriptor.number(), POLLIN, 0};
-        if (count < 0)
-            poll(&ready, 1, static_cast<int>(std::min<std::int64_t>(left.count(), INT_MAX)));
-    }
-}
-
-} // namespace
-
-std::optional<QByteArray> collectOutput(ChildProcess::Launch launch, Duration timeout, qsizetype limit) {
-    const Moment deadline = std::chrono::steady_clock::now() + timeout;
-    auto pipe = Pipe::make();
-    const FileDescriptor nowhere(open("/dev/null", O_WRONLY | O_CLOEXEC));
-    if (!pipe || !nowhere.isOpen() || !makeNonBlocking(pipe->readEnd))
-        return std::nullopt;
-    launch.standardOutput = pipe->writeEnd.number();
-    launch.standardError = nowhere.number();
-    launch.group = ChildProcess::Group::own;
-    const auto child = ChildProcess::start(std::move(launch));
-    if (!child)
-        return std::nullopt;
-    pipe->writeEnd.reset();
-
-    QByteArray bytes;
-    if (readToEnd(pipe->readEnd, deadline, limit, bytes) && child->waitUntil(deadline))
-        return bytes;
-    child->killGroup();
-    // A killed child is gone in no time, unless the system itself is stuck; its watcher then goes on without us.
-    child->waitUntil(std::chrono::steady_clock::now() + std::chrono::milliseconds(100));
-    return std::nullopt;
+std::optional<int> ChildProcess::status() const {
+    const std::lock_guard lock(m_state->mutex);
+    return m_state->status;
 }
 
 } // namespace pelorin

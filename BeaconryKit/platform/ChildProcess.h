@@ -4,17 +4,18 @@
 
 #include <QByteArray>
 #include <QList>
+#include <tl/expected.hpp>
 
 #include <chrono>
-#include <functional>
 #include <memory>
 #include <optional>
+#include <system_error>
 
 namespace pelorin {
 
-/// A running program that we started. A thread of its own waits for it, so that no child ever stays behind as a zombie,
-/// whether its handle is kept or dropped. The child gets the descriptors that it is given and no other of ours, default
-/// signal actions and an empty signal mask. All operations may be called from any thread.
+/// The handle of a program that we started. No child stays behind as a zombie, whether its handle is kept or dropped.
+/// The child gets the descriptors that it is given and no other of ours, default signal actions, an empty signal mask,
+/// and the limit of open descriptors that we were started with. All operations may be called from any thread.
 class ChildProcess {
 public:
     /// Where the child stands among process groups and sessions.
@@ -40,42 +41,38 @@ public:
         int standardOutput = -1;
         int standardError = -1;
         Group group = Group::ours;
-        /// Called once, on a thread of the platform's, after the child has ended.
-        std::function<void()> onExit;
+        /// Called once, after the child has ended, on a thread of the platform's that it must not hold up.
+        Task onExit;
     };
 
-    /// Starts the program. Nothing when that fails: no such program, or a resource that the system has no more of.
-    static std::unique_ptr<ChildProcess> start(Launch launch);
+    /// Starts the program. The error is the system's: no such program, or a resource that there is no more of.
+    static tl::expected<ChildProcess, std::error_code> start(Launch launch);
 
     /// Lets go of the child, which runs on.
     ~ChildProcess();
-    ChildProcess(const ChildProcess&) = delete;
-    ChildProcess& operator=(const ChildProcess&) = delete;
+    ChildProcess(ChildProcess&& other) noexcept = default;
+    ChildProcess& operator=(ChildProcess&& other) = delete;
 
     /// The process id. It may be another process's once the child has ended, except for a child with a group of its
     /// own.
     int processId() const;
     bool isRunning() const;
     /// Asks the child politely to end (SIGTERM).
-    void terminate();
+    void terminate() const;
     /// Ends the child and what it started at once (SIGKILL). Only for a child with a group of its own.
-    void killGroup();
+    void killGroup() const;
     /// Waits until the child has ended, but not beyond the deadline. Whether it has.
-    bool waitUntil(std::chrono::steady_clock::time_point deadline);
+    bool waitUntil(std::chrono::steady_clock::time_point deadline) const;
+    /// The exit status, or 128 and the signal's number for a child that was ended by one, as shells have it; nothing
+    /// while the child runs.
+    std::optional<int> status() const;
 
 private:
     struct State;
 
     explicit ChildProcess(std::shared_ptr<State> state);
-    static void watch(const std::shared_ptr<State>& state, const std::function<void()>& onExit);
 
     std::shared_ptr<State> m_state;
 };
-
-/// Runs the program to its end and returns everything that it wrote to its standard output; its standard error is
-/// thrown away. Nothing when it cannot be started, and when it has not ended or not closed its output after `timeout`,
-/// or has written more than `limit` bytes: it is then ended, together with everything that it started. The launch's
-/// output, error and group are filled in here. Blocks the calling thread.
-std::optional<QByteArray> collectOutput(ChildProcess::Launch launch, Duration timeout, qsizetype limit);
 
 } // namespace pelorin

@@ -6,4 +6,8 @@ namespace pelorin {
 /// A refusal leaves the limit as it was.
 void raiseDescriptorLimit();
 
+/// Puts the soft limit back to what it was before it was raised, for the program that takes this process's place: some
+/// close every number up to it, others can only watch the first 1,024. May be called between fork and exec.
+void putDescriptorLimitBack();
+
 } // namespace pelorin

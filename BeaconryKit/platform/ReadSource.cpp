@@ -1,81 +1,74 @@
 #include "BeaconryKit/platform/ReadSource.h"
 
-#include "BeaconryKit/platform/ThreadName.h"
+#include "BeaconryKit/platform/DescriptorLoop.h"
 
-#include <cerrno>
-#include <condition_variable>
+#include <asio/posix/stream_descriptor.hpp>
+
 #include <mutex>
-#include <poll.h>
-#include <system_error>
-#include <thread>
-#include <unistd.h>
 #include <utility>
 
 namespace pelorin {
 
-// Does not hold the descriptor: only the watching thread does, so that a run that takes long cannot keep it open.
-struct ReadSource::State {
-    TaskQueue* queue = nullptr;
-    Task onReadable;
-    // Closing the write end wakes the thread.
-    Pipe wake;
+struct ReadSource::State : std::enable_shared_from_this<State> {
+    State(asio::io_context& loop, TaskQueue& taskQueue, Task task)
+        : queue(taskQueue), onReadable(std::move(task)), stream(loop) {}
 
+    TaskQueue& queue;
+    const Task onReadable;
     std::mutex mutex;
-    std::condition_variable delivered;
-    bool isDelivering = false;
     bool isCancelled = false;
-};
+    asio::posix::stream_descriptor stream;
+    // The stream's, as long as that watches: a run that takes long must not keep it open.
+    std::shared_ptr<const FileDescriptor> descriptor;
 
-void ReadSource::watch(const std::shared_ptr<State>& state, int descriptor) {
-    while (true) {
-        pollfd watched[]{{descriptor, POLLIN, 0}, {state->wake.readEnd.number(), POLLIN, 0}};
-        if (poll(watched, 2, -1) < 0 && errno != EINTR)
-            return;
-        std::unique_lock lock(state->mutex);
-        if (state->isCancelled)
-            return;
-        if (watched[0].revents == 0)
-            continue;
-        state->isDelivering = true;
+    /// Needs the lock, once others know the state.
+    void watch() {
+        stream.async_wait(asio::posix::descriptor_base::wait_read,
+                          [self = shared_from_this()](const asio::error_code& error) {
+                              if (!error)
+                                  self->handOver();
+                          });
+    }
+
+    void handOver() {
         // Under the lock, so that nothing is handed to the queue once the source is cancelled.
-        state->queue->async([state] { deliver(state); });
-        state->delivered.wait(lock, [&] { return !state->isDelivering || state->isCancelled; });
-        if (state->isCancelled)
-            return;
+        const std::lock_guard lock(mutex);
+        if (!isCancelled)
+            queue.async([self = shared_from_this()] { self->deliver(); });
     }
-}
 
-void ReadSource::deliver(const std::shared_ptr<State>& state) {
-    {
-        const std::lock_guard lock(state->mutex);
-        if (state->isCancelled)
-            return;
+    void deliver() {
+        {
+            const std::lock_guard lock(mutex);
+            if (isCancelled)
+                return;
+        }
+        onReadable();
+        const std::lock_guard lock(mutex);
+        if (!isCancelled)
+            watch();
     }
-    state->onReadable();
-    {
-        const std::lock_guard lock(state->mutex);
-        state->isDelivering = false;
+
+    void cancel() {
+        const std::lock_guard lock(mutex);
+        isCancelled = true;
+        stream.release();
+        descriptor.reset();
     }
-    state->delivered.notify_one();
-}
+};
 
 std::unique_ptr<ReadSource> ReadSource::start(std::shared_ptr<const FileDescriptor> descriptor, TaskQueue& queue,
                                               Task onReadable) {
-    auto wake = Pipe::make();
-    if (!wake)
+    asio::io_context* const loop = descriptorLoop();
+    if (!loop)
         return nullptr;
-    const auto state = std::make_shared<State>();
-    state->queue = &queue;
-    state->onReadable = std::move(onReadable);
-    state->wake = std::move(*wake);
-    try {
-        std::thread([state, descriptor = std::move(descriptor)] {
-            setCurrentThreadName("com.pelorin.reader");
-            watch(state, descriptor->number());
-        }).detach();
-    } catch (const std::system_error&) {
+    const auto state = std::make_shared<State>(*loop, queue, std::move(onReadable));
+    asio::error_code error;
+    state->stream.assign(descriptor->number(), error);
+    if (error)
         return nullptr;
-    }
+    state->descriptor = std::move(descriptor);
+    state->watch();
     return std::unique_ptr<ReadSource>(new ReadSource(state));
 }
 
@@ -83,12 +76,7 @@ ReadSource::ReadSource(std::shared_ptr<State> state) : m_state(std::move(state))
 }
 
 ReadSource::~ReadSource() {
-    {
-        const std::lock_guard lock(m_state->mutex);
-        m_state->isCancelled = true;
-    }
-    m_state->delivered.notify_one();
-    m_state->wake.writeEnd.reset();
+    m_state->cancel();
 }
 
 } // namespace pelorin

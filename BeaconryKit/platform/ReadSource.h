@@ -14,7 +14,7 @@ namespace pelorin {
 /// destroyed on any thread, by its own task too; it must be destroyed before its queue.
 class ReadSource {
 public:
-    /// Starts watching. The descriptor stays open as long as it is watched, which ends soon after the source does.
+    /// Starts watching. The descriptor, which can have one source at a time, stays open as long as the source is there.
     /// Nothing when the system has no more descriptors or threads.
     static std::unique_ptr<ReadSource> start(std::shared_ptr<const FileDescriptor> descriptor, TaskQueue& queue,
                                              Task onReadable);
@@ -27,8 +27,6 @@ private:
     struct State;
 
     explicit ReadSource(std::shared_ptr<State> state);
-    static void watch(const std::shared_ptr<State>& state, int descriptor);
-    static void deliver(const std::shared_ptr<State>& state);
 
     std::shared_ptr<State> m_state;
 };

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "BeaconryKit/platform/ProgramOutput.h"
+
 #include <QByteArray>
 #include <QList>
 #include <QString>
@@ -15,16 +17,9 @@ using Environment = std::map<QByteArray, QByteArray>;
 /// The environment of this process.
 Environment processEnvironment();
 
-/// How a process ended, and what it has written to its standard output and standard error together.
-struct ScriptOutcome {
-    /// The exit status; 128 and the signal's number for a process that was ended by one, as shells have it.
-    int status = 0;
-    QByteArray output;
-};
-
 /// Runs a program with exactly this environment and no input, and waits for it to end. An error is the system's
 /// description of why it can't be started. May be called from any thread, which it blocks.
-tl::expected<ScriptOutcome, QString> runScript(const QByteArray& executable, const QList<QByteArray>& arguments,
-                                               const Environment& environment);
+tl::expected<ProgramOutcome, QString> runScript(const QByteArray& executable, const QList<QByteArray>& arguments,
+                                                const Environment& environment);
 
 } // namespace pelorin

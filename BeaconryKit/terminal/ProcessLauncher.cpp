@@ -18,8 +18,8 @@ void ProcessLauncher::start(const QString& path, const QStringList& arguments) {
     for (const QString& argument : arguments)
         launch.arguments.append(argument.toUtf8());
     // A program that is not there is no error: there is nobody who could do anything about it.
-    if (!ChildProcess::start(std::move(launch)))
-        qCDebug(log) << path << "could not be started";
+    if (const auto child = ChildProcess::start(std::move(launch)); !child)
+        qCDebug(log) << path << "could not be started:" << child.error().message().c_str();
 }
 
 } // namespace pelorin

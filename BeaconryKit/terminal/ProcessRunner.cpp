@@ -1,6 +1,6 @@
 #include "BeaconryKit/terminal/ProcessRunner.h"
 
-#include "BeaconryKit/platform/ChildProcess.h"
+#include "BeaconryKit/platform/ProgramOutput.h"
 
 #include <QLoggingCategory>
 #include <QStringDecoder>

@@ -55,20 +55,20 @@ QByteArray shellPath() {
 
 /// One shell and its terminal. Whoever takes it out of the state ends it; it does not change before that.
 struct PtyShell::Session {
-    Session(std::shared_ptr<const FileDescriptor> terminalMaster, std::unique_ptr<ChildProcess> shell)
+    Session(std::shared_ptr<const FileDescriptor> terminalMaster, ChildProcess shell)
         : master(std::move(terminalMaster)),
           writer(std::make_shared<BackgroundWriter>(master, writeAhead)),
           process(std::move(shell)) {}
 
     const std::shared_ptr<const FileDescriptor> master;
     const std::shared_ptr<BackgroundWriter> writer;
-    const std::unique_ptr<ChildProcess> process;
+    const ChildProcess process;
     std::unique_ptr<ReadSource> readSource;
 
     /// Interactive shells ignore the polite request; losing their terminal is what ends them.
     ~Session() {
         readSource.reset();
-        process->terminate();
+        process.terminate();
     }
 };
 
@@ -184,10 +184,10 @@ std::unique_ptr<PtyShell::Session> PtyShell::State::launch(const std::shared_ptr
 
     auto process = ChildProcess::start(std::move(launch));
     if (!process) {
-        qCDebug(log) << "the shell could not be started";
+        qCDebug(log) << "the shell could not be started:" << process.error().message().c_str();
         return nullptr;
     }
-    auto session = std::make_unique<Session>(master, std::move(process));
+    auto session = std::make_unique<Session>(master, std::move(*process));
     state->queue.with([&](TaskQueue* taskQueue) {
         session->readSource = ReadSource::start(master, *taskQueue, [weakState, weakMaster] {
             if (const auto current = weakState.lock())
@@ -241,7 +241,7 @@ void PtyShell::resize(int columns, int rows) {
 }
 
 bool PtyShell::isRunning() const {
-    return m_state->session.with([](const auto& current) { return current && current->process->isRunning(); });
+    return m_state->session.with([](const auto& current) { return current && current->process.isRunning(); });
 }
 
 } // namespace pelorin

@@ -1,9 +1,12 @@
 #include "BeaconryKit/platform/ChildProcess.h"
 
 #include "BeaconryBase/FileDescriptor.h"
+#include "tests/platform/ShellPrograms.h"
 #include "tests/support/Eventually.h"
 #include "tests/support/Processes.h"
+#include "tests/support/SoftDescriptorLimit.h"
 
+#include "BeaconryKit/platform/DescriptorLimit.h"
 #include "BeaconryKit/platform/PseudoTerminal.h"
 
 #include <gmock/gmock.h>
@@ -12,9 +15,13 @@
 #include <csignal>
 #include <fcntl.h>
 #include <future>
-#include <sys/resource.h>
 #include <thread>
 #include <unistd.h>
+#if defined(__linux__)
+#include "tests/platform/WithoutSystemCalls.h"
+
+#include <sys/syscall.h>
+#endif
 
 namespace pelorin {
 namespace {
@@ -22,27 +29,8 @@ namespace {
 using namespace std::chrono_literals;
 using Moment = std::chrono::steady_clock::time_point;
 
-constexpr qsizetype plenty = 256 * 1024 * 1024;
-
 Moment inAMoment() {
     return std::chrono::steady_clock::now() + 20s;
-}
-
-ChildProcess::Launch shell(const QByteArray& script) {
-    ChildProcess::Launch launch;
-    launch.executable = "/bin/sh";
-    launch.arguments = {"-c", script};
-    return launch;
-}
-
-std::optional<std::string> outputOf(const ChildProcess::Launch& launch, Duration timeout = 20s,
-                                    qsizetype limit = plenty) {
-    const auto output = collectOutput(launch, timeout, limit);
-    return output ? std::optional(output->toStdString()) : std::nullopt;
-}
-
-std::optional<std::string> outputOf(const QByteArray& script, Duration timeout = 20s, qsizetype limit = plenty) {
-    return outputOf(shell(script), timeout, limit);
 }
 
 TEST(ChildProcess, RunsAndTellsOnceThatItHasEnded) {
@@ -75,31 +63,72 @@ TEST(ChildProcess, WaitsNoLongerThanTheDeadline) {
     child->terminate();
 }
 
-TEST(ChildProcess, IsNothingWhenTheProgramCannotBeStarted) {
+TEST(ChildProcess, SaysWhyTheProgramCannotBeStarted) {
     std::atomic<int> calls = 0;
-    for (const QByteArray program : {"/nowhere/program", "/etc/passwd", "/tmp", "relative", ""}) {
+    const std::pair<QByteArray, std::errc> table[] = {
+        {"/nowhere/program", std::errc::no_such_file_or_directory},
+        {"/etc/passwd", std::errc::permission_denied},
+        {"/tmp", std::errc::permission_denied},
+        {"relative", std::errc::no_such_file_or_directory},
+        {"", std::errc::no_such_file_or_directory},
+    };
+    for (const auto& [program, error] : table) {
         ChildProcess::Launch launch;
         launch.executable = program;
         launch.onExit = [&] {
             ++calls;
         };
-        EXPECT_FALSE(ChildProcess::start(launch)) << program.constData();
+        const auto child = ChildProcess::start(launch);
+        ASSERT_FALSE(child) << program.constData();
+        EXPECT_EQ(child.error(), error) << program.constData();
     }
     EXPECT_TRUE(zombies().isEmpty());
     EXPECT_EQ(calls, 0);
 }
 
+TEST(ChildProcess, KnowsHowItHasEnded) {
+    const std::pair<QByteArray, int> table[] = {
+        {"exit 0", 0}, {"exit 3", 3}, {"exit 255", 255}, {"kill -TERM $$", 143}, {"kill -KILL $$", 137}};
+    for (const auto group : {ChildProcess::Group::ours, ChildProcess::Group::own}) {
+        for (const auto& [script, status] : table) {
+            ChildProcess::Launch launch = shell(script);
+            launch.group = group;
+            const auto child = ChildProcess::start(launch);
+            ASSERT_TRUE(child);
+            ASSERT_TRUE(child->waitUntil(inAMoment()));
+            EXPECT_EQ(child->status(), status) << script.constData();
+        }
+    }
+    EXPECT_TRUE(zombies().isEmpty());
+}
+
+TEST(ChildProcess, ManyNeedNoThreadEach) {
+    constexpr int count = 50;
+    const auto pipe = Pipe::make();
+    ASSERT_TRUE(pipe);
+    std::atomic<int> ended = 0;
+    ChildProcess::Launch launch = shell("read line");
+    launch.standardInput = pipe->readEnd.number();
+    launch.onExit = [&] {
+        ++ended;
+    };
+    ASSERT_EQ(outputOf("exit 0"), "");
+    const qsizetype before = threadCount();
+    for (int child = 0; child < count; ++child)
+        ASSERT_TRUE(ChildProcess::start(launch));
+    EXPECT_EQ(threadCount(), before);
+    const QByteArray lines(count, '\n');
+    ASSERT_EQ(write(pipe->writeEnd.number(), lines.constData(), count), count);
+    EXPECT_TRUE(eventually([&] { return ended == count; }));
+    EXPECT_TRUE(zombies().isEmpty());
+}
+
 TEST(ChildProcess, IsNothingWithoutDescriptors) {
-    rlimit before{};
-    ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &before), 0);
-    rlimit none = before;
-    none.rlim_cur = 0;
-    ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &none), 0);
+    const SoftDescriptorLimit none(0);
     const auto child = ChildProcess::start(shell("exit 0"));
-    const auto output = outputOf("echo x");
-    setrlimit(RLIMIT_NOFILE, &before);
-    EXPECT_FALSE(child);
-    EXPECT_FALSE(output);
+    ASSERT_FALSE(child);
+    EXPECT_EQ(child.error(), std::errc::too_many_files_open);
+    EXPECT_FALSE(outputOf("echo x"));
 }
 
 TEST(ChildProcess, LeavesNoZombieWhenItsHandleIsDropped) {
@@ -131,6 +160,52 @@ TEST(ChildProcess, GetsNoDescriptorOfOursButItsStreams) {
     // The listing itself has the folder open, as the fourth.
     EXPECT_EQ(outputOf("exec ls /proc/self/fd"), "0\n1\n2\n3\n");
 }
+
+TEST(ChildProcess, GetsTheLimitOfDescriptorsThatWeWereStartedWith) {
+    const SoftDescriptorLimit low(256);
+    EXPECT_EQ(outputOf("ulimit -n"), "256\n");
+    raiseDescriptorLimit();
+    EXPECT_EQ(SoftDescriptorLimit::present(), low.hardLimit());
+    EXPECT_EQ(outputOf("ulimit -Sn; ulimit -Hn"), "256\n" + std::to_string(low.hardLimit()) + '\n');
+}
+
+#if defined(__linux__)
+TEST(ChildProcess, WorksOnSystemsThatHaveNoDescriptorsOfProcesses) {
+    // Open, and not marked to be closed.
+    const FileDescriptor careless(open("/dev/null", O_RDONLY));
+    const FileDescriptor high(fcntl(careless.number(), F_DUPFD, 700));
+    std::thread([] {
+        if (!denySystemCalls({SYS_close_range, SYS_pidfd_open}))
+            GTEST_SKIP() << "System calls cannot be denied here.";
+        EXPECT_EQ(outputOf("exec ls /proc/self/fd"), "0\n1\n2\n3\n");
+        std::atomic<int> ended = 0;
+        ChildProcess::Launch quick = shell("exit 3");
+        quick.onExit = [&] {
+            ++ended;
+        };
+        // Runs on, and so does one that has ended and keeps its number: neither may hide the end of another.
+        const auto slow = ChildProcess::start(shell("exec sleep 1000"));
+        ChildProcess::Launch keptLaunch = shell("exit 5");
+        keptLaunch.group = ChildProcess::Group::own;
+        const auto kept = ChildProcess::start(keptLaunch);
+        ASSERT_TRUE(slow && kept);
+        ASSERT_TRUE(kept->waitUntil(inAMoment()));
+        for (int round = 1; round <= 20; ++round) {
+            const auto child = ChildProcess::start(quick);
+            ASSERT_TRUE(child);
+            EXPECT_TRUE(child->waitUntil(inAMoment()));
+            EXPECT_EQ(child->status(), 3);
+        }
+        EXPECT_TRUE(eventually([&] { return ended == 20; }));
+        EXPECT_TRUE(slow->isRunning());
+        slow->terminate();
+        EXPECT_TRUE(slow->waitUntil(inAMoment()));
+        EXPECT_EQ(slow->status(), 143);
+        EXPECT_EQ(kept->status(), 5);
+    }).join();
+    EXPECT_TRUE(zombies().isEmpty());
+}
+#endif
 
 TEST(ChildProcess, GetsDefaultSignals) {
     struct Restore {
@@ -221,80 +296,6 @@ TEST(ChildProcess, MayLeadASessionOnATerminalOfItsOwn) {
     const QByteArray number = QByteArray::number(child->processId());
     EXPECT_EQ(line.toStdString(),
               (number + ' ' + number + ' ' + number + ' ' + number + ' ' + name + "\r\n").toStdString());
-}
-
-TEST(CollectOutput, ReadsEverythingThatTheProgramPrints) {
-    EXPECT_EQ(outputOf("exit 0"), "");
-    EXPECT_EQ(outputOf("echo text; exit 7"), "text\n");
-    const auto output = outputOf("head -c 50000000 /dev/zero");
-    ASSERT_TRUE(output);
-    EXPECT_EQ(output->size(), 50'000'000);
-}
-
-TEST(CollectOutput, ThrowsErrorsAway) {
-    EXPECT_EQ(outputOf("head -c 5000000 /dev/zero >&2; echo done"), "done\n");
-}
-
-TEST(CollectOutput, EndsWhatDoesNotEndItself) {
-    // Each prints the number of a process that would go on for ever.
-    for (const QByteArray script : {// Goes on with its output closed, and will not be asked politely.
-                                    "trap '' TERM HUP; echo $$ >&3; exec >&-; while :; do sleep 1000; done",
-                                    // Has ended, but left its output to another.
-                                    "sleep 1000 & echo $! >&3",
-                                    // Goes on writing.
-                                    "echo $$ >&3; exec yes"}) {
-        const auto pipe = Pipe::make();
-        ASSERT_TRUE(pipe);
-        // The number comes by another way than the output, of which nothing is left.
-        const QByteArray path =
-            "/proc/" + QByteArray::number(getpid()) + "/fd/" + QByteArray::number(pipe->writeEnd.number());
-        const Moment start = std::chrono::steady_clock::now();
-        EXPECT_FALSE(outputOf("exec 3>" + path + "; " + script, 300ms, plenty * 16)) << script.constData();
-        EXPECT_LT(std::chrono::steady_clock::now() - start, 10s);
-        char text[32];
-        const ssize_t count = read(pipe->readEnd.number(), text, sizeof text);
-        const int process = QByteArray(text, std::max<ssize_t>(count, 0)).trimmed().toInt();
-        ASSERT_GT(process, 1) << script.constData();
-        EXPECT_TRUE(eventually([&] { return !isRunningProcess(process); })) << script.constData();
-    }
-    EXPECT_TRUE(eventually([] { return zombies().isEmpty() && runningChildren().isEmpty(); }));
-}
-
-TEST(CollectOutput, EndsWhatPrintsBeyondTheLimit) {
-    EXPECT_EQ(outputOf("head -c 100000 /dev/zero", 20s, 100'000).value_or("").size(), 100'000);
-    EXPECT_FALSE(outputOf("head -c 100001 /dev/zero", 20s, 100'000));
-    const Moment start = std::chrono::steady_clock::now();
-    EXPECT_FALSE(outputOf("yes", 600s, 1'000'000));
-    EXPECT_LT(std::chrono::steady_clock::now() - start, 20s);
-    EXPECT_TRUE(eventually([] { return runningChildren().isEmpty(); }));
-}
-
-TEST(CollectOutput, LeavesNothingBehind) {
-    outputOf("exit 0");
-    const QStringList before = openDescriptors();
-    for (int run = 0; run < 50; ++run)
-        EXPECT_EQ(outputOf("echo text"), "text\n");
-    // Not even for a moment.
-    EXPECT_TRUE(zombies().isEmpty());
-    EXPECT_EQ(openDescriptors(), before);
-}
-
-TEST(CollectOutput, MayBeUsedOnManyThreads) {
-    std::vector<std::thread> threads;
-    std::atomic<int> right = 0;
-    for (int thread = 0; thread < 4; ++thread) {
-        threads.emplace_back([&right, thread] {
-            for (int run = 0; run < 20; ++run) {
-                const QByteArray text = QByteArray::number(thread * 1000 + run) + '\n';
-                if (outputOf("echo " + text) == text.toStdString())
-                    ++right;
-            }
-        });
-    }
-    for (std::thread& thread : threads)
-        thread.join();
-    EXPECT_EQ(right, 80);
-    EXPECT_TRUE(zombies().isEmpty());
 }
 
 } // namespace

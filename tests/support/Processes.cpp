@@ -92,6 +92,10 @@ bool onlyLeavesOpen(const QStringList& before) {
     });
 }
 
+qsizetype threadCount() {
+    return QDir("/proc/self/task").entryList(QDir::Dirs | QDir::NoDotAndDotDot).size();
+}
+
 qint64 residentMemory() {
     return contents("/proc/self/statm").split(' ').value(1).toLongLong() * sysconf(_SC_PAGESIZE);
 }

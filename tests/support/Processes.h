@@ -28,6 +28,9 @@ QStringList openDescriptors();
 /// Waits until nothing is open that was not open before. Whether that came about.
 bool onlyLeavesOpen(const QStringList& before);
 
+/// How many threads this process has.
+qsizetype threadCount();
+
 /// The resident memory of this process, in bytes.
 qint64 residentMemory();
 

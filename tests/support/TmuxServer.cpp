@@ -1,6 +1,6 @@
 #include "tests/support/TmuxServer.h"
 
-#include "BeaconryKit/platform/ChildProcess.h"
+#include "BeaconryKit/platform/ProgramOutput.h"
 
 namespace pelorin {
 

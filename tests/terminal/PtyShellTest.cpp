@@ -2,7 +2,10 @@
 
 #include "tests/support/Eventually.h"
 #include "tests/support/Processes.h"
+#include "tests/support/SoftDescriptorLimit.h"
 
+#include "BeaconryKit/platform/DescriptorLimit.h"
+#include "BeaconryKit/platform/DescriptorLoop.h"
 #include "BeaconryKit/terminal/Utf8Stream.h"
 
 #include <QCryptographicHash>
@@ -105,6 +108,8 @@ protected:
         qputenv("LANG", "C.UTF-8");
         write(".bash_profile", "PS1='$ '; unset PROMPT_COMMAND HISTFILE; bind 'set enable-bracketed-paste off'");
         write(".zshrc", "PS1='$ '");
+        // The loop's own descriptors stay.
+        ASSERT_TRUE(descriptorLoop());
         // The shell starts where we are.
         QDir::setCurrent(home.path());
     }
@@ -254,6 +259,20 @@ TEST_F(PtyShellTest, TellsTheShellWhatTheTerminalCan) {
     EXPECT_TRUE(screen.shows("<>\r\n")) << screen.text();
     for (const char* name : {"TERM", "COLORTERM", "CLICOLOR", "PELORIN_SHELL_TEST"})
         qunsetenv(name);
+}
+
+TEST_F(PtyShellTest, GivesTheShellTheLimitOfDescriptorsThatWeWereStartedWith) {
+    const SoftDescriptorLimit low(256);
+    raiseDescriptorLimit();
+    start();
+    EXPECT_EQ(number("$(ulimit -n)"), 256);
+}
+
+TEST_F(PtyShellTest, NeedsNoThreadOfItsOwn) {
+    const qsizetype before = threadCount();
+    start();
+    shell.write(QByteArray(100'000, 'x'));
+    EXPECT_EQ(threadCount(), before);
 }
 
 TEST_F(PtyShellTest, StartsTheUsersShellAsAnInteractiveLoginShell) {

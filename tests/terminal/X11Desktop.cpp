@@ -2,7 +2,7 @@
 
 #include "tests/support/Eventually.h"
 
-#include "BeaconryKit/platform/ChildProcess.h"
+#include "BeaconryKit/platform/ProgramOutput.h"
 
 #include <QFile>
 

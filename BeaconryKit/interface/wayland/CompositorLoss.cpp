@@ -1,6 +1,7 @@
 #include "BeaconryKit/interface/wayland/CompositorLoss.h"
 
 #include "BeaconryKit/interface/wayland/DisplayChoice.h"
+#include "BeaconryKit/platform/DescriptorLimit.h"
 
 #include <QDeadlineTimer>
 #include <QtGlobal>
@@ -32,6 +33,8 @@ void startAgain() {
     forgetChosenWindowingSystem();
     // No descriptor is to keep the port, or a hook's connection, open.
     ::close_range(3, ~0U, CLOSE_RANGE_CLOEXEC);
+    // The program raises it again, and must know what it was.
+    putDescriptorLimitBack();
     ::execv("/proc/self/exe", programArguments);
 }
 

@@ -8,6 +8,7 @@
 
 #include <array>
 #include <atomic>
+#include <fcntl.h>
 #include <future>
 #include <thread>
 #include <unordered_set>
@@ -27,6 +28,12 @@ constexpr auto descriptorPause = std::chrono::milliseconds(200);
 bool isShortage(const asio::error_code& error) {
     return error == asio::error::no_descriptors || error == asio::error::no_buffer_space ||
            error == asio::error::no_memory || error == std::errc::too_many_files_open_in_system;
+}
+
+/// No program that anybody starts is to hold the port or a hook's connection open. Asio leaves that to us.
+template <class Socket>
+void closeOnExec(Socket& socket) {
+    fcntl(socket.native_handle(), F_SETFD, FD_CLOEXEC);
 }
 
 } // namespace
@@ -230,6 +237,8 @@ std::optional<EventServer::ServerError> EventServer::Core::start() {
 bool EventServer::Core::listen() {
     asio::error_code error;
     m_acceptor.open(m_endpoint.protocol(), error);
+    if (!error)
+        closeOnExec(m_acceptor);
     // A restarted application can bind its port at once; a port that another one listens on stays refused.
     if (!error)
         m_acceptor.set_option(asio::socket_base::reuse_address(true), error);
@@ -260,6 +269,7 @@ void EventServer::Core::accept() {
             return;
         }
         if (!error) {
+            closeOnExec(socket);
             asio::error_code ignored;
             socket.non_blocking(true, ignored);
             auto connection = std::make_shared<Connection>(shared_from_this(), std::move(socket));

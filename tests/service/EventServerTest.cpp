@@ -239,6 +239,28 @@ TEST_F(EventServerTest, TellsOfAResetThatCameBeforeAnybodyAsked) {
     gone->get_future().wait();
 }
 
+#if defined(__linux__)
+/// How many sockets a program gets that is started by somebody who closes nothing for it.
+qsizetype inheritedSockets() {
+    FILE* const list = popen("exec ls -l /proc/self/fd </dev/null 2>/dev/null", "r");
+    QByteArray text;
+    std::array<char, 4096> piece;
+    while (const std::size_t count = fread(piece.data(), 1, piece.size(), list))
+        text.append(piece.data(), static_cast<qsizetype>(count));
+    pclose(list);
+    return text.count("socket:");
+}
+
+TEST_F(EventServerTest, PassesNoSocketOnToOtherPrograms) {
+    Client client(server.port());
+    client.send(post("/permission", "{}"));
+    const auto waiting = requests.take();
+    // The client's own socket is one that passes on.
+    EXPECT_EQ(inheritedSockets(), 1);
+    waiting.hook.respond("{}");
+}
+#endif
+
 TEST_F(EventServerTest, StopsListeningButFinishesWhatIsOpen) {
     Client client(server.port());
     client.send(post("/", ""));

@@ -39,6 +39,29 @@ void replaceLast(benchmark::State& state) {
         store.upsert(ask);
 }
 
+/// The oldest row goes and comes back as the newest.
+void removeFirst(benchmark::State& state) {
+    AskStore store;
+    fill(store, state.range(0));
+    qint64 first = 0;
+    for (auto _ : state) {
+        store.remove(permission(first).requestId);
+        store.upsert(permission(first + state.range(0)));
+        ++first;
+    }
+}
+
+/// The gap is in the middle, where closing it takes longest.
+void removeFromTheMiddle(benchmark::State& state) {
+    AskStore store;
+    fill(store, state.range(0));
+    qint64 newest = state.range(0);
+    for (auto _ : state) {
+        store.remove(store.asks()[state.range(0) / 2]->id());
+        store.upsert(permission(newest++));
+    }
+}
+
 void clearNotifications(benchmark::State& state) {
     AskStore store;
     fill(store, state.range(0));
@@ -50,5 +73,7 @@ void clearNotifications(benchmark::State& state) {
 
 BENCHMARK(addAndRemove)->RangeMultiplier(10)->Range(10, 10'000);
 BENCHMARK(replaceLast)->RangeMultiplier(10)->Range(10, 10'000);
+BENCHMARK(removeFirst)->RangeMultiplier(10)->Range(10, 10'000);
+BENCHMARK(removeFromTheMiddle)->RangeMultiplier(10)->Range(10, 10'000);
 BENCHMARK(clearNotifications)->RangeMultiplier(10)->Range(10, 10'000);
 BENCHMARK_MAIN();

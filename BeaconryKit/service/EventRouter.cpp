@@ -88,7 +88,7 @@ void EventRouter::handleNotification(const QByteArray& body) {
     if (!isRelevant(*ask) && !m_settings.showPlainNotifications())
         return;
     // A notice never hides or displaces a waiting permission request.
-    if (hasWaitingPermission(ask->sessionId))
+    if (m_store.hasPermission(ask->sessionId))
         return;
     m_store.upsert(*ask);
     scheduleAutoDismiss(*ask);
@@ -97,11 +97,6 @@ void EventRouter::handleNotification(const QByteArray& body) {
 bool EventRouter::isRelevant(const AskEvent& ask) const {
     return ask.isPermission() || AskClassifier::needsAction(ask.notificationType, ask.message) ||
            m_settings.matchesAskKeywords(ask.message);
-}
-
-bool EventRouter::hasWaitingPermission(const QString& sessionId) const {
-    return std::ranges::any_of(
-        m_store.asks(), [&](const SharedAsk& row) { return row->sessionId == sessionId && row->isPermission(); });
 }
 
 void EventRouter::handlePermission(const QByteArray& body, const WaitingHook& hook) {

@@ -16,9 +16,9 @@
 
 namespace pelorin {
 
-/// Where every hook call enters the system's own logic: answers by path, at once or by parking the reply, and updates
-/// the store and the registry by the user's settings. Stateless beyond its references, all of which must outlive it.
-/// Everything runs on the main thread. Its timers are never cancelled; each looks at the store when it fires.
+/// Takes every hook call. Answers it by its path, at once or by parking the reply, and updates the store and the
+/// registry by the user's settings. Keeps no state of its own; all that it is given must outlive it. Runs on the main
+/// thread. Its timers are never cancelled: each looks at the store when it fires.
 class EventRouter : public std::enable_shared_from_this<EventRouter> {
 public:
     using FocusAction = std::function<void(const AskEvent&)>;
@@ -44,7 +44,6 @@ private:
     void handlePermission(const QByteArray& body, const WaitingHook& hook);
     void handleUnregister(const QByteArray& body);
     bool isRelevant(const AskEvent& ask) const;
-    bool hasWaitingPermission(const QString& sessionId) const;
     void park(const AskEvent& ask, const WaitingHook& hook);
     void expire(const AskEvent& ask);
     void scheduleAutoDismiss(const AskEvent& ask);

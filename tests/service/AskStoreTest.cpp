@@ -2,6 +2,10 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
+#include <random>
+#include <vector>
+
 namespace pelorin {
 namespace {
 
@@ -113,6 +117,104 @@ TEST_F(AskStoreTest, KnowsARowByEveryField) {
     EXPECT_TRUE(store.contains(notice("a", "text")));
     EXPECT_FALSE(store.contains(notice("a", "other")));
     EXPECT_FALSE(store.contains(notice("b", "text")));
+}
+
+TEST_F(AskStoreTest, FindsRowsByIdentityAndSession) {
+    store.upsert(notice("a", "text"));
+    store.upsert(permission("b", "r"));
+    EXPECT_EQ(store.ask("a")->message, "text");
+    EXPECT_EQ(store.ask("r")->sessionId, "b");
+    EXPECT_EQ(store.ask("b"), nullptr);
+    EXPECT_FALSE(store.hasPermission("a"));
+    EXPECT_TRUE(store.hasPermission("b"));
+    EXPECT_FALSE(store.hasPermission("c"));
+    // The row changes hands.
+    store.upsert(permission("a", "r"));
+    EXPECT_TRUE(store.hasPermission("a"));
+    EXPECT_FALSE(store.hasPermission("b"));
+    store.clear("b");
+    EXPECT_EQ(ids(store.asks()), QStringList({"a", "r"}));
+    store.clear("a");
+    EXPECT_EQ(store.ask("r"), nullptr);
+    EXPECT_FALSE(store.hasPermission("a"));
+}
+
+/// The rows as one pass over a plain list leaves them.
+class PlainStore {
+public:
+    void upsert(const AskEvent& ask) {
+        const auto same = std::ranges::find(m_asks, ask.id(), &AskEvent::id);
+        if (same != m_asks.end())
+            *same = ask;
+        else
+            m_asks.push_back(ask);
+    }
+    void remove(const QString& id) {
+        std::erase_if(m_asks, [&](const AskEvent& ask) { return ask.id() == id; });
+    }
+    void clear(const QString& sessionId) {
+        std::erase_if(m_asks, [&](const AskEvent& ask) { return ask.sessionId == sessionId; });
+    }
+    void clearNotifications(const QString& sessionId) {
+        std::erase_if(m_asks,
+                      [&](const AskEvent& ask) { return ask.sessionId == sessionId && ask.requestId.isEmpty(); });
+    }
+    bool equals(const SharedAsks& asks) const {
+        return std::ranges::equal(m_asks, asks, {}, {}, [](const SharedAsk& ask) { return *ask; });
+    }
+
+private:
+    std::vector<AskEvent> m_asks;
+};
+
+TEST_F(AskStoreTest, AgreesWithAPlainListWhateverIsDone) {
+    PlainStore plain;
+    std::mt19937 random(7);
+    const auto pick = [&](int count) {
+        return std::uniform_int_distribution(0, count - 1)(random);
+    };
+    // Few names for both, so that request ids equal session ids too.
+    const auto name = [&] {
+        return QString::number(pick(12));
+    };
+    QList<SharedAsks> taken;
+    for (int step = 0; step < 20'000; ++step) {
+        const QString session = name();
+        const AskEvent ask{
+            .sessionId = session, .message = QString::number(step), .requestId = pick(3) == 0 ? QString() : name()};
+        switch (pick(8)) {
+        case 0:
+            store.remove(session);
+            plain.remove(session);
+            break;
+        case 1:
+            store.clear(session);
+            plain.clear(session);
+            break;
+        case 2:
+            store.clearNotifications(session);
+            plain.clearNotifications(session);
+            break;
+        default:
+            store.upsert(ask);
+            plain.upsert(ask);
+        }
+        ASSERT_TRUE(plain.equals(store.asks())) << step;
+        ASSERT_EQ(published, ids(store.asks())) << step;
+        for (const SharedAsk& row : store.asks()) {
+            ASSERT_EQ(store.ask(row->id()), row) << step;
+            ASSERT_TRUE(store.contains(*row)) << step;
+        }
+        // Somebody keeps a list now and then.
+        if (pick(5) == 0)
+            taken = {store.asks()};
+    }
+}
+
+TEST_F(AskStoreTest, StopsTheProgramWhenASubscriberChangesIt) {
+    testing::FLAGS_gtest_death_test_style = "threadsafe";
+    QObject::connect(&store, &AskStore::objectWillChange, [this] { store.remove("a"); });
+    EXPECT_DEATH(store.upsert(notice("a")), "Programming error: the asks change");
 }
 
 TEST_F(AskStoreTest, ListsThatWereTakenDoNotChange) {

@@ -62,8 +62,11 @@ bool FileUserDefaults::write() {
     Contents contents = read();
     if (contents.isUnreadable && !keepUnreadableFile())
         return false;
+    const QJsonObject before = contents.values;
     for (auto change = m_unsaved.constBegin(); change != m_unsaved.constEnd(); ++change)
         contents.values.insert(change.key(), change.value());
+    if (contents.values == before)
+        return true;
 
     QSaveFile file(m_path);
     if (!file.open(QIODevice::WriteOnly))

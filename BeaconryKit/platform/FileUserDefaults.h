@@ -7,9 +7,10 @@
 namespace pelorin {
 
 /// User defaults kept as one JSON object in a file. Keys that the program does not know stay in it. Every store reads
-/// the file again under a lock and replaces it whole (written beside and renamed, mode 0600), so that a change made by
-/// somebody else meanwhile is not lost. A file that cannot be read, or is no JSON object, reads as empty; before the
-/// first write over such a file it is kept beside it as `defaults.json.unreadable-N`, and a warning says so.
+/// the file again under a lock, so that a change made by somebody else meanwhile is not lost, and replaces it whole
+/// (written beside and renamed, mode 0600), unless it holds the value already. A file that cannot be read, or is no
+/// JSON object, reads as empty; before the first write over such a file it is kept beside it as
+/// `defaults.json.unreadable-N`, and a warning says so.
 class FileUserDefaults final : public UserDefaults {
 public:
     /// Loads the file at the path. Neither it nor its folder has to exist; nothing is written here.

@@ -6,26 +6,13 @@
 #include <QLocale>
 
 #include <algorithm>
+#include <optional>
+#include <type_traits>
+#include <utility>
 
 namespace pelorin {
 
 namespace {
-
-const auto phoneTerminalEnabledKey = QStringLiteral("phoneTerminalEnabled");
-const auto relayURLKey = QStringLiteral("relayURL");
-const auto relayTokenKey = QStringLiteral("relayToken");
-const auto injectionAllowlistKey = QStringLiteral("injectionAllowlist");
-const auto decisionWaitSecondsKey = QStringLiteral("decisionWaitSeconds");
-const auto notificationAutoDismissSecondsKey = QStringLiteral("notificationAutoDismissSeconds");
-const auto defaultPolicyKey = QStringLiteral("defaultPolicy");
-const auto trackOnlyOptInKey = QStringLiteral("trackOnlyOptIn");
-const auto showPlainNotificationsKey = QStringLiteral("showPlainNotifications");
-const auto silentModeKey = QStringLiteral("silentMode");
-const auto askKeywordsKey = QStringLiteral("askKeywords");
-
-qint64 boundedDecisionWait(qint64 seconds) {
-    return std::clamp(seconds, NotifierSettings::shortestDecisionWait, NotifierSettings::longestDecisionWait);
-}
 
 QStringList splitCommaList(const QString& raw) {
     QStringList pieces;
@@ -43,94 +30,158 @@ QString withoutCase(const QString& text) {
     return QLocale().toLower(text).toCaseFolded();
 }
 
-QJsonValue storedValue(AutoDecision policy) {
-    return rawValue(policy);
-}
 template <class Value>
-QJsonValue storedValue(const Value& value) {
-    return value;
+std::optional<Value> stored(const UserDefaults& defaults, const QString& key) {
+    if constexpr (std::is_same_v<Value, bool>)
+        return defaults.boolean(key);
+    else if constexpr (std::is_same_v<Value, qint64>)
+        return defaults.integer(key);
+    else if constexpr (std::is_same_v<Value, QString>)
+        return defaults.string(key);
+    else
+        return autoDecisionFromRawValue(defaults.string(key).value_or(QString()));
+}
+
+template <class Value>
+QJsonValue toStored(const Value& value) {
+    if constexpr (std::is_same_v<Value, AutoDecision>)
+        return rawValue(value);
+    else
+        return value;
 }
 
 } // namespace
 
-NotifierSettings::NotifierSettings(UserDefaults& defaults, QObject* parent)
-    : QObject(parent),
-      m_defaults(defaults),
-      m_phoneTerminalEnabled(defaults.boolean(phoneTerminalEnabledKey).value_or(false)),
-      m_relayURL(defaults.string(relayURLKey).value_or(RelayDefaults::url())),
-      m_relayToken(defaults.string(relayTokenKey).value_or(RelayDefaults::token())),
-      m_injectionAllowlistRaw(defaults.string(injectionAllowlistKey).value_or(QStringLiteral("iTerm.app"))),
-      m_decisionWaitSeconds(boundedDecisionWait(defaults.integer(decisionWaitSecondsKey).value_or(45))),
-      m_notificationAutoDismissSeconds(defaults.integer(notificationAutoDismissSecondsKey).value_or(0)),
-      m_defaultPolicy(
-          autoDecisionFromRawValue(defaults.string(defaultPolicyKey).value_or(QString())).value_or(AutoDecision::wait)),
-      m_trackOnlyOptIn(defaults.boolean(trackOnlyOptInKey).value_or(false)),
-      m_showPlainNotifications(defaults.boolean(showPlainNotificationsKey).value_or(false)),
-      m_silentMode(defaults.boolean(silentModeKey).value_or(false)),
-      m_askKeywords(
-          defaults.string(askKeywordsKey).value_or(QStringLiteral("permission, approval, do you want, proceed"))) {
+/// What there is to know about a setting. Its type is that of its property; a policy is stored as its word.
+template <class Value>
+struct NotifierSettings::Setting {
+    using Announced = std::conditional_t<std::is_same_v<Value, QString>, const QString&, Value>;
+
+    QString key;
+    Value NotifierSettings::*property;
+    void (NotifierSettings::*willChange)(Announced value);
+    // What stands for a key that is missing, or holds a value of another type.
+    Value fallback;
+    // The least and the greatest value.
+    std::optional<std::pair<Value, Value>> bounds = std::nullopt;
+
+    Value bounded(const Value& value) const {
+        return bounds ? std::clamp(value, bounds->first, bounds->second) : value;
+    }
+};
+
+struct NotifierSettings::Table {
+    using Self = NotifierSettings;
+
+    Setting<bool> phoneTerminalEnabled{QStringLiteral("phoneTerminalEnabled"), &Self::m_phoneTerminalEnabled,
+                                       &Self::phoneTerminalEnabledWillChange, false};
+    Setting<QString> relayURL{QStringLiteral("relayURL"), &Self::m_relayURL, &Self::relayURLWillChange,
+                              RelayDefaults::url()};
+    Setting<QString> relayToken{QStringLiteral("relayToken"), &Self::m_relayToken, &Self::relayTokenWillChange,
+                                RelayDefaults::token()};
+    // The one key that is not its property's name.
+    Setting<QString> injectionAllowlistRaw{QStringLiteral("injectionAllowlist"), &Self::m_injectionAllowlistRaw,
+                                           &Self::injectionAllowlistRawWillChange, QStringLiteral("iTerm.app")};
+    Setting<qint64> decisionWaitSeconds{QStringLiteral("decisionWaitSeconds"), &Self::m_decisionWaitSeconds,
+                                        &Self::decisionWaitSecondsWillChange, 45,
+                                        std::pair{shortestDecisionWait, longestDecisionWait}};
+    Setting<qint64> notificationAutoDismissSeconds{QStringLiteral("notificationAutoDismissSeconds"),
+                                                   &Self::m_notificationAutoDismissSeconds,
+                                                   &Self::notificationAutoDismissSecondsWillChange, 0};
+    Setting<AutoDecision> defaultPolicy{QStringLiteral("defaultPolicy"), &Self::m_defaultPolicy,
+                                        &Self::defaultPolicyWillChange, AutoDecision::wait};
+    Setting<bool> trackOnlyOptIn{QStringLiteral("trackOnlyOptIn"), &Self::m_trackOnlyOptIn,
+                                 &Self::trackOnlyOptInWillChange, false};
+    Setting<bool> showPlainNotifications{QStringLiteral("showPlainNotifications"), &Self::m_showPlainNotifications,
+                                         &Self::showPlainNotificationsWillChange, false};
+    Setting<bool> silentMode{QStringLiteral("silentMode"), &Self::m_silentMode, &Self::silentModeWillChange, false};
+    Setting<QString> askKeywords{QStringLiteral("askKeywords"), &Self::m_askKeywords, &Self::askKeywordsWillChange,
+                                 QStringLiteral("permission, approval, do you want, proceed")};
+};
+
+const NotifierSettings::Table& NotifierSettings::table() {
+    static const Table table;
+    return table;
 }
 
-template <class Value, class Signal>
-void NotifierSettings::announceAndSet(Value& property, const Value& value, Signal willChange) {
-    emit(this->*willChange)(value);
+NotifierSettings::NotifierSettings(UserDefaults& defaults, QObject* parent) : QObject(parent), m_defaults(defaults) {
+    const Table& settings = table();
+    load(settings.phoneTerminalEnabled);
+    load(settings.relayURL);
+    load(settings.relayToken);
+    load(settings.injectionAllowlistRaw);
+    load(settings.decisionWaitSeconds);
+    load(settings.notificationAutoDismissSeconds);
+    load(settings.defaultPolicy);
+    load(settings.trackOnlyOptIn);
+    load(settings.showPlainNotifications);
+    load(settings.silentMode);
+    load(settings.askKeywords);
+}
+
+template <class Value>
+void NotifierSettings::load(const Setting<Value>& setting) {
+    this->*setting.property = setting.bounded(stored<Value>(m_defaults, setting.key).value_or(setting.fallback));
+}
+
+template <class Value>
+void NotifierSettings::announceAndSet(const Setting<Value>& setting, const Value& value) {
+    emit(this->*setting.willChange)(value);
     emit objectWillChange();
-    property = value;
+    this->*setting.property = value;
 }
 
-template <class Value, class Signal>
-void NotifierSettings::change(Value& property, const Value& value, Signal willChange, const QString& key) {
-    announceAndSet(property, value, willChange);
-    m_defaults.setObject(key, storedValue(property));
+template <class Value>
+void NotifierSettings::change(const Setting<Value>& setting, const Value& value) {
+    const Value bounded = setting.bounded(value);
+    if (bounded != value)
+        announceAndSet(setting, value);
+    announceAndSet(setting, bounded);
+    m_defaults.setObject(setting.key, toStored(bounded));
 }
 
 void NotifierSettings::setPhoneTerminalEnabled(bool enabled) {
-    change(m_phoneTerminalEnabled, enabled, &NotifierSettings::phoneTerminalEnabledWillChange, phoneTerminalEnabledKey);
+    change(table().phoneTerminalEnabled, enabled);
 }
 
 void NotifierSettings::setRelayURL(const QString& url) {
-    change(m_relayURL, url, &NotifierSettings::relayURLWillChange, relayURLKey);
+    change(table().relayURL, url);
 }
 
 void NotifierSettings::setRelayToken(const QString& token) {
-    change(m_relayToken, token, &NotifierSettings::relayTokenWillChange, relayTokenKey);
+    change(table().relayToken, token);
 }
 
 void NotifierSettings::setInjectionAllowlistRaw(const QString& names) {
-    change(m_injectionAllowlistRaw, names, &NotifierSettings::injectionAllowlistRawWillChange, injectionAllowlistKey);
+    change(table().injectionAllowlistRaw, names);
 }
 
 void NotifierSettings::setDecisionWaitSeconds(qint64 seconds) {
-    const qint64 bounded = boundedDecisionWait(seconds);
-    if (bounded != seconds)
-        announceAndSet(m_decisionWaitSeconds, seconds, &NotifierSettings::decisionWaitSecondsWillChange);
-    change(m_decisionWaitSeconds, bounded, &NotifierSettings::decisionWaitSecondsWillChange, decisionWaitSecondsKey);
+    change(table().decisionWaitSeconds, seconds);
 }
 
 void NotifierSettings::setNotificationAutoDismissSeconds(qint64 seconds) {
-    change(m_notificationAutoDismissSeconds, seconds, &NotifierSettings::notificationAutoDismissSecondsWillChange,
-           notificationAutoDismissSecondsKey);
+    change(table().notificationAutoDismissSeconds, seconds);
 }
 
 void NotifierSettings::setDefaultPolicy(AutoDecision policy) {
-    change(m_defaultPolicy, policy, &NotifierSettings::defaultPolicyWillChange, defaultPolicyKey);
+    change(table().defaultPolicy, policy);
 }
 
 void NotifierSettings::setTrackOnlyOptIn(bool trackOnlyOptIn) {
-    change(m_trackOnlyOptIn, trackOnlyOptIn, &NotifierSettings::trackOnlyOptInWillChange, trackOnlyOptInKey);
+    change(table().trackOnlyOptIn, trackOnlyOptIn);
 }
 
 void NotifierSettings::setShowPlainNotifications(bool show) {
-    change(m_showPlainNotifications, show, &NotifierSettings::showPlainNotificationsWillChange,
-           showPlainNotificationsKey);
+    change(table().showPlainNotifications, show);
 }
 
 void NotifierSettings::setSilentMode(bool silent) {
-    change(m_silentMode, silent, &NotifierSettings::silentModeWillChange, silentModeKey);
+    change(table().silentMode, silent);
 }
 
 void NotifierSettings::setAskKeywords(const QString& keywords) {
-    change(m_askKeywords, keywords, &NotifierSettings::askKeywordsWillChange, askKeywordsKey);
+    change(table().askKeywords, keywords);
 }
 
 QSet<QString> NotifierSettings::injectionAllowlist() const {

@@ -12,7 +12,8 @@ namespace pelorin {
 
 /// Every preference of the user. Loads each from the user defaults when it is made, writes each back the moment it
 /// changes, and announces every change before the new value is stored: first the property with its value, then the
-/// object as a whole. Subscribers connect queued and read on a later turn. Lives on the main thread.
+/// object as a whole. A value that is set once more is announced once more. Subscribers connect queued and read on a
+/// later turn. Lives on the main thread.
 class NotifierSettings final : public QObject {
     Q_OBJECT
 
@@ -95,22 +96,29 @@ signals:
     void objectWillChange();
 
 private:
-    template <class Value, class Signal>
-    void announceAndSet(Value& property, const Value& value, Signal willChange);
-    template <class Value, class Signal>
-    void change(Value& property, const Value& value, Signal willChange, const QString& key);
+    template <class Value>
+    struct Setting;
+    struct Table;
+
+    static const Table& table();
+    template <class Value>
+    void load(const Setting<Value>& setting);
+    template <class Value>
+    void announceAndSet(const Setting<Value>& setting, const Value& value);
+    template <class Value>
+    void change(const Setting<Value>& setting, const Value& value);
 
     UserDefaults& m_defaults;
-    bool m_phoneTerminalEnabled;
+    bool m_phoneTerminalEnabled = false;
     QString m_relayURL;
     QString m_relayToken;
     QString m_injectionAllowlistRaw;
-    qint64 m_decisionWaitSeconds;
-    qint64 m_notificationAutoDismissSeconds;
-    AutoDecision m_defaultPolicy;
-    bool m_trackOnlyOptIn;
-    bool m_showPlainNotifications;
-    bool m_silentMode;
+    qint64 m_decisionWaitSeconds = 0;
+    qint64 m_notificationAutoDismissSeconds = 0;
+    AutoDecision m_defaultPolicy = AutoDecision::wait;
+    bool m_trackOnlyOptIn = false;
+    bool m_showPlainNotifications = false;
+    bool m_silentMode = false;
     QString m_askKeywords;
 };
 

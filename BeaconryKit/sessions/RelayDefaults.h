@@ -4,7 +4,7 @@
 
 namespace pelorin {
 
-/// The relay's built-in values. They stand here, below the settings and the relay, because both need them.
+/// The relay's built-in values, which both the settings and the relay need.
 class RelayDefaults {
 public:
     RelayDefaults() = delete;

@@ -94,6 +94,30 @@ TEST_F(FileUserDefaultsTest, KeepsKeysItDoesNotKnowAndWhatOthersWroteMeanwhile) 
     EXPECT_EQ(folder(), QStringList("defaults.json"));
 }
 
+TEST_F(FileUserDefaultsTest, LeavesAFileAloneThatHoldsTheValueAlready) {
+    FileUserDefaults defaults(path);
+    defaults.setObject("number", 45);
+    defaults.setObject("truth", true);
+    // A file that is replaced is another one.
+    const auto fileNumber = [this] {
+        struct stat status {};
+        stat(qPrintable(path), &status);
+        return status.st_ino;
+    };
+    const auto before = fileNumber();
+    const QByteArray textBefore = read(path);
+    defaults.setObject("number", 45);
+    defaults.setObject("truth", true);
+    EXPECT_EQ(fileNumber(), before);
+    EXPECT_EQ(read(path), textBefore);
+    // The same in another type, and what another program has changed, is written.
+    defaults.setObject("number", "45");
+    EXPECT_EQ(stored()["number"], "45");
+    write(R"({"number": "45", "truth": false})");
+    defaults.setObject("truth", true);
+    EXPECT_EQ(stored()["truth"], true);
+}
+
 TEST_F(FileUserDefaultsTest, FollowsALinkInsteadOfReplacingIt) {
     write("{}");
     const QString target = home.filePath("dotfiles.json");

@@ -1,11 +1,15 @@
 #include "BeaconryKit/sessions/NotifierSettings.h"
 
 #include "tests/support/MemoryUserDefaults.h"
+#include "tests/support/TemporaryDirectory.h"
+
+#include "BeaconryKit/platform/FileUserDefaults.h"
 
 #include <QJsonObject>
 #include <QLocale>
 #include <gmock/gmock.h>
 
+#include <sys/stat.h>
 #include <vector>
 
 namespace pelorin {
@@ -176,6 +180,33 @@ TEST(NotifierSettings, AnnouncesEachPropertyWithItsNewValueBeforeItIsStored) {
     settings.setDefaultPolicy(AutoDecision::deny);
     EXPECT_EQ(log,
               QStringList({"token t was ", "object", "silent 1 was 0", "object", "policy deny was wait", "object"}));
+}
+
+TEST(NotifierSettings, AnnouncesAValueThatIsStoredAlreadyButLeavesTheFileAlone) {
+    const TemporaryDirectory folder;
+    const std::string path = folder.path() / "defaults.json";
+    FileUserDefaults defaults(QString::fromStdString(path));
+    NotifierSettings settings(defaults);
+    settings.setDefaultPolicy(AutoDecision::deny);
+    settings.setDecisionWaitSeconds(60);
+    struct stat before {};
+    ASSERT_EQ(stat(path.c_str(), &before), 0);
+    QStringList log;
+    QObject::connect(&settings, &NotifierSettings::defaultPolicyWillChange,
+                     [&](AutoDecision policy) { log << rawValue(policy); });
+    QObject::connect(&settings, &NotifierSettings::decisionWaitSecondsWillChange,
+                     [&](qint64 seconds) { log << QString::number(seconds); });
+    QObject::connect(&settings, &NotifierSettings::objectWillChange, [&] { log << "object"; });
+    settings.setDefaultPolicy(AutoDecision::deny);
+    settings.setDecisionWaitSeconds(60);
+    EXPECT_EQ(log, QStringList({"deny", "object", "60", "object"}));
+    struct stat after {};
+    ASSERT_EQ(stat(path.c_str(), &after), 0);
+    EXPECT_EQ(after.st_ino, before.st_ino);
+    EXPECT_EQ(after.st_mtim.tv_nsec, before.st_mtim.tv_nsec);
+    settings.setDecisionWaitSeconds(61);
+    ASSERT_EQ(stat(path.c_str(), &after), 0);
+    EXPECT_NE(after.st_ino, before.st_ino);
 }
 
 TEST(NotifierSettings, SplitsTheAllowlistAtCommasAndTrimsBlanksButNotLineEnds) {

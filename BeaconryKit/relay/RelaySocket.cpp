@@ -18,7 +18,10 @@ public:
         : m_dispatch(dispatch), m_transport(transport), m_callbacks(std::move(callbacks)) {}
 
     void start() {
-        m_state.with([](State& state) { state.stopped = false; });
+        m_state.with([](State& state) {
+            if (state.phase == Phase::stopped)
+                state.phase = Phase::waiting;
+        });
         connect();
     }
 
@@ -26,7 +29,7 @@ public:
         // Their ends say no more to anybody, so they are destroyed after the lock is released.
         std::vector<TaskPointer> forgotten;
         const TaskPointer task = m_state.with([&](State& state) {
-            state.stopped = true;
+            state.phase = Phase::stopped;
             forgotten.swap(state.forgotten);
             return std::exchange(state.task, nullptr);
         });
@@ -34,8 +37,12 @@ public:
     }
 
     void reconnect() {
-        close(m_state.with([](State& state) { return std::exchange(state.task, nullptr); }));
-        if (!m_state.with([](const State& state) { return state.stopped; }))
+        close(m_state.with([](State& state) {
+            if (state.phase == Phase::open)
+                state.phase = Phase::waiting;
+            return std::exchange(state.task, nullptr);
+        }));
+        if (!isStopped())
             connect();
     }
 
@@ -55,12 +62,20 @@ public:
 private:
     using TaskPointer = std::shared_ptr<SocketTask>;
 
+    /// As the header has them.
+    enum class Phase { idle, waiting, open, stopped };
+
     struct State {
+        Phase phase = Phase::idle;
+        // The present connection, there while the phase is open.
         TaskPointer task;
         std::vector<TaskPointer> forgotten;
-        bool stopped = false;
-        bool reconnectIsDue = false;
+        bool attemptIsDue = false;
     };
+
+    bool isStopped() {
+        return m_state.with([](const State& state) { return state.phase == Phase::stopped; });
+    }
 
     TaskPointer currentTask() {
         return m_state.with([](const State& state) { return state.task; });
@@ -73,8 +88,6 @@ private:
     }
 
     std::optional<SocketRequest> request() {
-        if (m_state.with([](const State& state) { return state.stopped; }))
-            return std::nullopt;
         const auto config = m_callbacks.config();
         if (!config || config->token.isEmpty())
             return std::nullopt;
@@ -86,19 +99,16 @@ private:
     }
 
     void connect() {
+        if (isStopped())
+            return;
         const auto socketRequest = request();
         if (!socketRequest) {
-            scheduleReconnect();
+            waitForNextAttempt();
             return;
         }
         const TaskPointer task = m_transport.makeTask(*socketRequest);
-        bool stopped = false;
-        letGoLater(m_state.with([&](State& state) -> TaskPointer {
-            stopped = state.stopped;
-            return stopped ? nullptr : forgetIn(state, task);
-        }));
-        // Stopped by another thread meanwhile.
-        if (stopped)
+        // Another thread may have stopped the socket meanwhile.
+        if (!enter(Phase::open, task))
             return;
         task->resume();
         sendHello();
@@ -130,36 +140,54 @@ private:
     void failed(const TaskPointer& source) {
         m_isConnected = false;
         // The source itself has nothing left to deliver: it needs no time for a farewell.
-        const TaskPointer dropped = m_state.with([&](State& state) {
+        const TaskPointer dropped = m_state.with([&](State& state) -> TaskPointer {
             std::erase(state.forgotten, source);
-            return state.task == source ? std::exchange(state.task, nullptr) : nullptr;
+            if (state.phase != Phase::open || state.task != source)
+                return nullptr;
+            state.phase = Phase::waiting;
+            return std::exchange(state.task, nullptr);
         });
-        scheduleReconnect();
+        waitForNextAttempt();
     }
 
-    void scheduleReconnect() {
-        const bool alreadyDue =
-            m_state.with([](State& state) { return state.stopped || std::exchange(state.reconnectIsDue, true); });
-        letGoLater(m_state.with([](State& state) { return forgetIn(state, nullptr); }));
+    /// Enters the phase with its connection, or none, and forgets the one before: that stays open but is no longer
+    /// asked for anything new. False when the socket is stopped: only `start` ends that.
+    bool enter(Phase phase, const TaskPointer& task) {
+        TaskPointer before;
+        const bool isEntered = m_state.with([&](State& state) {
+            switch (state.phase) {
+            case Phase::stopped:
+                return false;
+            case Phase::open:
+                before = state.task;
+                state.forgotten.push_back(before);
+                break;
+            case Phase::idle:
+            case Phase::waiting:
+                break;
+            }
+            state.phase = phase;
+            state.task = task;
+            return true;
+        });
+        letGoLater(before);
+        return isEntered;
+    }
+
+    void waitForNextAttempt() {
+        const bool isFirst = enter(Phase::waiting, nullptr) &&
+                             m_state.with([](State& state) { return !std::exchange(state.attemptIsDue, true); });
         // One attempt serves every reason that came before it. With one for each, all connections that a relay drops at
         // once would be made anew, and a relay that stays away would be tried more often with every change of settings.
-        if (alreadyDue)
+        if (!isFirst)
             return;
         m_dispatch.globalQueue().asyncAfter(reconnectDelay, [weak = weak_from_this()] {
             const auto core = weak.lock();
             if (!core)
                 return;
-            core->m_state.with([](State& state) { state.reconnectIsDue = false; });
+            core->m_state.with([](State& state) { state.attemptIsDue = false; });
             core->connect();
         });
-    }
-
-    /// Puts `next` in the place of the present connection, which stays open but is no longer asked for anything new.
-    static TaskPointer forgetIn(State& state, TaskPointer next) {
-        TaskPointer task = std::exchange(state.task, std::move(next));
-        if (task)
-            state.forgotten.push_back(task);
-        return task;
     }
 
     void letGoLater(const TaskPointer& task) {

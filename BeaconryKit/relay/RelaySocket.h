@@ -19,13 +19,15 @@ namespace pelorin {
 ///
 /// `start`, `stop`, `reconnect` and `sendHello` belong to the main thread, `sendTermOut` and `isConnected` to any.
 ///
-/// | state       | entered by                                    | left by                                       |
-/// | ----------- | --------------------------------------------- | --------------------------------------------- |
-/// | idle        | construction                                  | `start`                                       |
-/// | waiting     | no usable configuration; a failure            | 2 seconds                                     |
-/// | unconfirmed | connecting                                    | the first message; a failure                  |
-/// | confirmed   | the first message                             | a failure; `reconnect`; `stop`                |
-/// | stopped     | `stop`                                        | `start`                                       |
+/// | state   | entered by                         | left by                                           |
+/// | ------- | ---------------------------------- | ------------------------------------------------- |
+/// | idle    | construction                       | an attempt, by `start`; `stop`                    |
+/// | waiting | no usable configuration; a failure | an attempt, 2 seconds later or sooner; `stop`     |
+/// | open    | an attempt                         | a failure; `reconnect`, which tries again; `stop` |
+/// | stopped | `stop`                             | `start`, which tries again                        |
+///
+/// Apart from these, the socket is confirmed or not. A message confirms it, also one of a connection that is forgotten;
+/// a failure, `reconnect` and `stop` end that.
 ///
 /// `reconnect` connects twice: the old connection, which it closes, fails, and a failure always forgets the present
 /// connection and connects again 2 seconds later. The relay must bear several connections from one computer for a

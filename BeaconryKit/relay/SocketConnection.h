@@ -19,7 +19,7 @@ class SocketConnection final : public QObject {
     Q_OBJECT
 
 public:
-    /// What has been closed says its farewell as a child of `leaving`.
+    /// A socket that is being closed becomes a child of `leaving`.
     SocketConnection(SocketRequest request, const NetworkTransport::Limits& limits, TaskQueue& queue, QObject* leaving);
     /// Closes as going away, without a word to those who wait.
     ~SocketConnection() override;

@@ -15,8 +15,8 @@ struct HookRequest {
     bool operator==(const HookRequest&) const = default;
 };
 
-/// Finds the one HTTP request in the bytes that a connection has brought so far. Pure: it knows no sockets. The outcome
-/// depends on the bytes alone, not on how they were cut into pieces.
+/// Finds the one HTTP request in the bytes of a connection. Knows no sockets. The outcome depends on the bytes alone,
+/// not on how they were cut into pieces.
 class RequestFraming {
 public:
     /// A connection that has brought this many bytes is closed without a reply.

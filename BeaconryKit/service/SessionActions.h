@@ -8,8 +8,8 @@ class AskStore;
 class NotifierSettings;
 class SessionRegistry;
 
-/// What the user does to sessions, whether from the status menu or a window: each effect is written here once. Owned by
-/// whoever offers the actions; everything it is given must outlive it. Lives on the main thread.
+/// What the user does to sessions, from the status menu or a window. Whoever offers the actions owns it; all that it is
+/// given must outlive it. Lives on the main thread.
 class SessionActions {
 public:
     SessionActions(AskStore& store, SessionRegistry& registry, NotifierSettings& settings)

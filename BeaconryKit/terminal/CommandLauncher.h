@@ -5,8 +5,8 @@
 
 namespace pelorin {
 
-/// The one way to set off a command of another program of which nobody wants to hear again. Keeps no state between
-/// commands.
+/// Starts other programs and forgets them: nobody learns whether they started, what they print or how they end. Keeps
+/// no state between calls.
 class CommandLauncher {
 public:
     virtual ~CommandLauncher() = default;
@@ -14,8 +14,7 @@ public:
     CommandLauncher(const CommandLauncher&) = delete;
     CommandLauncher& operator=(const CommandLauncher&) = delete;
 
-    /// Starts the program at the path, which is not looked up anywhere, with the arguments as they stand: no shell
-    /// reads them. Returns at once. Whether it starts, what it prints and how it ends are not told.
+    /// Starts the program and returns at once. The path is not looked up anywhere, and no shell reads the arguments.
     virtual void start(const QString& path, const QStringList& arguments) = 0;
 };
 

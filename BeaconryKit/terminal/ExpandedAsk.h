@@ -4,8 +4,8 @@
 
 namespace pelorin {
 
-/// The ask, unfolded: with the last 20 lines of the terminal's screen that are not empty as its detail, and with the
-/// options, and whether text is taken, that the whole screen shows. A line of blanks is not empty.
+/// The ask, unfolded. Its detail is the last 20 lines of the terminal's screen that are not empty; a line of blanks is
+/// not empty. Its options, and whether it takes text, are those that the whole screen shows.
 AskEvent expandedAsk(AskEvent ask, const QString& screenText);
 
 } // namespace pelorin

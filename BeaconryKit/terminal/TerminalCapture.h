@@ -10,10 +10,9 @@ class TerminalCapture {
 public:
     TerminalCapture() = delete;
 
-    /// The visible text of the session's terminal, as the terminal's own tool prints it. Nothing, without anything
-    /// being run, for a terminal that cannot be read, and whatever the runner has no result for. iTerm2 and Terminal
-    /// are read at their front window, whichever session that shows: only right after the session was brought to the
-    /// front is it the session's.
+    /// The visible text of the session's terminal, as the terminal's own tool prints it. Nothing when the runner has no
+    /// result, and, without running anything, for a terminal that cannot be read. Of iTerm2 and Terminal the front
+    /// window is read, whichever session it shows: it is the session's only right after that was brought to the front.
     static std::optional<QString> screen(const SessionTarget& target, TerminalRunner& runner);
 };
 

@@ -11,9 +11,9 @@
 
 namespace pelorin {
 
-/// Brings the terminal in which a session runs to the front: the pane, tab or window where the terminal program can be
-/// told so, else the program. Nothing is waited for and nothing reported: what cannot be done leaves the screen as it
-/// was. Lives on the main thread; keeps no state between calls.
+/// Brings a session's terminal to the front: its pane, tab or window where the terminal program can do that, else the
+/// program. Waits for nothing and reports nothing: what cannot be done leaves the screen as it was. Lives on the main
+/// thread; keeps no state between calls.
 class TerminalFocus {
 public:
     /// Where a session's terminal is. Texts are empty when nothing is known.

@@ -7,7 +7,7 @@
 
 namespace pelorin {
 
-/// The one way to run a command of another program and to get what it prints. Keeps no state between runs.
+/// Runs commands and returns what they print. Keeps no state between runs.
 class TerminalRunner {
 public:
     virtual ~TerminalRunner() = default;
@@ -15,9 +15,9 @@ public:
     TerminalRunner(const TerminalRunner&) = delete;
     TerminalRunner& operator=(const TerminalRunner&) = delete;
 
-    /// Runs the command, a name that is looked up on the search path, with the arguments as they stand: no shell reads
-    /// them. Returns its standard output; nothing when it could not be run or printed what is not UTF-8. Blocks the
-    /// caller until the command has ended.
+    /// Runs the command and returns its standard output; nothing when it could not be run or printed what is not UTF-8.
+    /// The command's name is looked up on the search path, and no shell reads the arguments. Blocks the caller until
+    /// the command has ended.
     virtual std::optional<QString> run(const QString& command, const QStringList& arguments) = 0;
 };
 

@@ -42,7 +42,7 @@ bool PanelFixture::isStill() {
         if (QQuickTest::qIsPolishScheduled(item))
             return false;
     }
-    return std::ranges::all_of(itemsOfType(&content, "AskRow"),
+    return std::ranges::all_of(itemsOfType(&content, "PanelRow"),
                                [](QQuickItem* row) { return row->property("slide").toReal() == 0; });
 }
 
@@ -66,7 +66,7 @@ void PanelFixture::show(const QList<AskEvent>& asks) {
 }
 
 QQuickItem* PanelFixture::row(const QString& askId) {
-    for (QQuickItem* item : itemsOfType(&controller->hosting(), "AskRow")) {
+    for (QQuickItem* item : itemsOfType(&controller->hosting(), "PanelRow")) {
         if (item->property("askId") == askId)
             return item;
     }

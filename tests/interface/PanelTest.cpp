@@ -162,7 +162,7 @@ TEST_F(PanelTest, EndsUpAsTheStoreWhateverHappensMeanwhile) {
             return panel().phase() == NotchPanel::Phase::hidden;
         if (!isShown() || !isStill())
             return false;
-        QList<QQuickItem*> rows = itemsOfType(&controller->hosting(), "AskRow");
+        QList<QQuickItem*> rows = itemsOfType(&controller->hosting(), "PanelRow");
         std::ranges::sort(rows, {}, &QQuickItem::y);
         qreal height = 4;
         QStringList ids;
@@ -186,7 +186,7 @@ TEST_F(PanelTest, EndsUpAsTheStoreWhateverHappensMeanwhile) {
                            .arg(controller->hosting().implicitHeight());
         for (const SharedAsk& ask : store.asks())
             text += u' ' + ask->id();
-        for (QQuickItem* item : itemsOfType(&controller->hosting(), "AskRow"))
+        for (QQuickItem* item : itemsOfType(&controller->hosting(), "PanelRow"))
             text += QStringLiteral("; %1 at %2, %3 high")
                         .arg(item->property("askId").toString())
                         .arg(item->y())
@@ -330,7 +330,7 @@ TEST_F(PanelTest, ScrollsToTheLastOfManyRowsAndKeepsTheirClicks) {
         QQuickItem* const item = row(last);
         return item && item->mapToScene({0, item->height()}).y() <= panel().height();
     }));
-    QQuickItem* const list = itemsOfType(&controller->hosting(), "AskList").first();
+    QQuickItem* const list = itemsOfType(&controller->hosting(), "PanelList").first();
     ASSERT_TRUE(eventually([&] { return !list->property("moving").toBool(); }));
     dispatch.runDue();
     click(last, allow);

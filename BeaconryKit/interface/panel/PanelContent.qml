@@ -53,7 +53,7 @@ Item {
         radius: content.panel.cornerRadius
     }
 
-    AskList {
+    PanelList {
         id: list
 
         height: Math.max(0, content.panel.maximumHeight - content.topPadding - content.bottomPadding)

@@ -17,7 +17,7 @@ ListView {
     function layOut() {
         forceLayout();
         for (let i = 0; i < contentItem.children.length; ++i) {
-            const row = contentItem.children[i] as AskRow;
+            const row = contentItem.children[i] as PanelRow;
             if (row)
                 row.layOut();
         }
@@ -29,8 +29,8 @@ ListView {
     interactive: contentHeight > height
     model: panel.asks
 
-    delegate: AskRow {
-        readonly property AskList list: ListView.view as AskList
+    delegate: PanelRow {
+        readonly property PanelList list: ListView.view as PanelList
 
         panel: list ? list.panel : null
         shift: list ? list.shift : 0

@@ -113,7 +113,7 @@ TEST_F(ManagerWindowTest, DoesNothingWhileItIsHidden) {
     window().close();
     dispatch.advance(1s);
     EXPECT_EQ(dispatch.waitingTasks(), 0);
-    EXPECT_EQ(visible("ScrollPage").size() + visible("AskRows").size(), 0);
+    EXPECT_EQ(visible("ScrollPage").size() + visible("AskList").size(), 0);
     store.upsert(permissionAsk(QStringLiteral("b"), dispatch.now()));
     registry.setMuted(true, QStringLiteral("b"));
     settings.setSilentMode(true);

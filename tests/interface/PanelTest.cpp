@@ -601,7 +601,7 @@ TEST_F(PanelTest, WrapsTheOptionsAndReportsTheirPosition) {
                              QStringLiteral("Yes, allow all edits during this session"), QStringLiteral("No"),
                              QStringLiteral("a very long option ").repeated(8)};
     show({withAnswers(noticeAsk(a), labels)});
-    QQuickItem* const flow = itemsOfType(row(a), "FlowButtons").first();
+    QQuickItem* const flow = itemsOfType(row(a), "OptionFlow").first();
     const QList<QQuickItem*> buttons = itemsOfType(flow, "OptionButton");
     ASSERT_EQ(buttons.size(), labels.size());
     QRectF before;

@@ -11,6 +11,15 @@ Item {
     property string agentType: ""
     default property alias trailing: holder.data
 
+    property ColorSet colors: Theme.window
+    property real dotSize: 9
+    property int sourceWeight: Font.Normal
+    // Whether the names stand in the middle beside a badge, which is higher than they are; else they stand at its top.
+    property bool centresNames: false
+    property alias badge: agent
+    // What stands at the right keeps a distance of its own.
+    property real trailingMargin: -5
+
     readonly property real room: width - holder.width - Theme.gap
 
     implicitHeight: Math.max(names.height, 22)
@@ -27,18 +36,20 @@ Item {
             Accessible.ignored: true
             anchors.verticalCenter: parent.verticalCenter
             color: header.dotColor
-            height: 9
+            height: header.dotSize
             radius: height / 2
-            width: 9
+            width: header.dotSize
         }
 
         Text {
             id: source
 
             Accessible.ignored: true
-            color: Theme.window.secondaryText
+            anchors.verticalCenter: header.centresNames ? parent.verticalCenter : undefined
+            color: header.colors.secondaryText
             elide: Text.ElideRight
             font.pointSize: Theme.textSize
+            font.weight: header.sourceWeight
             text: header.sourceLabel
             textFormat: Text.PlainText
             width: Math.min(implicitWidth, header.room * 0.3)
@@ -46,7 +57,8 @@ Item {
 
         Text {
             Accessible.ignored: true
-            color: Theme.window.text
+            anchors.verticalCenter: header.centresNames ? parent.verticalCenter : undefined
+            color: header.colors.text
             elide: Text.ElideRight
             font.pointSize: Theme.textSize
             font.weight: Font.DemiBold
@@ -70,8 +82,7 @@ Item {
         id: holder
 
         anchors.right: parent.right
-        // What stands here keeps a distance of its own.
-        anchors.rightMargin: -5
+        anchors.rightMargin: header.trailingMargin
         anchors.verticalCenter: parent.verticalCenter
     }
 }

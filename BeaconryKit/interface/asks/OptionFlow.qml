@@ -5,27 +5,15 @@ import Pelorin
 Flow {
     id: flow
 
-    required property bool armed
     required property list<string> labels
-
-    signal picked(int index)
+    // The button of one option. It is given the option's `index`, and the label as `modelData`.
+    required property Component button
 
     spacing: Theme.gap
+    visible: labels.length > 0
 
     Repeater {
+        delegate: flow.button
         model: flow.labels
-
-        PushButton {
-            required property int index
-            required property string modelData
-
-            readonly property OptionFlow options: parent as OptionFlow
-
-            armed: options ? options.armed : false
-            availableWidth: options ? options.width : 0
-            name: modelData
-
-            onTriggered: options.picked(index)
-        }
     }
 }

@@ -7,9 +7,13 @@ Rectangle {
 
     required property string text
     property string symbol: ""
+    property real symbolSize: 12
     property real greatestWidth: 1000
     property color inkColor: Theme.window.secondaryText
+    // Whether it is read out by itself.
+    property bool isReadOut: true
 
+    Accessible.ignored: !isReadOut
     Accessible.name: text
     Accessible.role: Accessible.StaticText
     color: Theme.faded(inkColor, 0.14)
@@ -22,11 +26,11 @@ Rectangle {
 
         anchors.verticalCenter: parent.verticalCenter
         color: badge.inkColor
-        height: 12
+        height: badge.symbolSize
         symbol: badge.symbol
         visible: badge.symbol !== ""
-        width: 12
-        x: Theme.gap - 2
+        width: badge.symbolSize
+        x: Theme.gap + 4 - width / 2
     }
 
     Text {
@@ -40,6 +44,6 @@ Rectangle {
         text: badge.text
         textFormat: Text.PlainText
         width: Math.min(implicitWidth, badge.greatestWidth - x - Theme.gap)
-        x: picture.visible ? picture.x + picture.width + 4 : Theme.gap
+        x: picture.visible ? picture.width + Theme.gap + 2 : Theme.gap
     }
 }

@@ -2,47 +2,23 @@ import QtQuick
 import Pelorin
 
 // One ask, with all the ways to answer it.
-Item {
+AskRow {
     id: row
 
-    required property bool acceptsText
-    required property string agentType
-    required property bool armed
-    required property string askId
-    required property bool countdownIsOver
-    required property bool countdownIsUrgent
-    required property string countdownText
-    required property string detail
-    required property color dotColor
-    required property string draft
-    required property bool expanded
-    required property int index
-    required property bool isPermission
-    required property string message
-    required property list<string> optionLabels
-    required property string projectName
     required property string question
-    required property string sourceLabel
 
-    required property AskActions pending
-    // How far the list has moved by itself.
-    required property real shift
-
-    readonly property real place: y - shift
     readonly property real pageWidth: Math.min(width - 2 * Theme.pageMargin, 62 * Theme.textSize)
     property bool isPlaced: false
 
-    Accessible.name: sourceLabel + ", " + projectName + (agentType === "" ? "" : ", sub-agent " + agentType) + ": " + message
-    Accessible.role: Accessible.ListItem
     implicitHeight: card.height + Theme.gap + 2
 
     Component.onCompleted: {
         isPlaced = true;
-        pending.noteRowPlace(askId, place);
+        actions.noteRowPlace(askId, place);
     }
     onPlaceChanged: {
-        if (isPlaced && pending)
-            pending.noteRowPlace(askId, place);
+        if (isPlaced && actions)
+            actions.noteRowPlace(askId, place);
     }
 
     Card {
@@ -83,8 +59,7 @@ Item {
                 font.family: row.isPermission ? Theme.codeFamily : Theme.textFamily
                 font.pointSize: row.isPermission ? Theme.codeSize : Theme.textSize
                 maximumLineCount: row.expanded ? 24 : 6
-                // A command must not be broken behind a hyphen: "-" and "rf" are not what "-rf" is.
-                text: row.message.replace(/-/g, "-\u2060")
+                text: row.unbrokenMessage
                 width: parent.width - 2 * x
                 x: row.isPermission ? 10 : 0
                 y: row.isPermission ? 8 : 0
@@ -106,12 +81,24 @@ Item {
         }
 
         OptionFlow {
-            armed: row.armed
+            id: options
+
             labels: row.optionLabels
-            visible: row.optionLabels.length > 0
             width: parent.width
 
-            onPicked: index => row.pending.pickOption(row.askId, index)
+            // The linter does not know that a component may use the names around it.
+            // qmllint disable unqualified
+            button: PushButton {
+                required property int index
+                required property string modelData
+
+                armed: row.armed
+                availableWidth: options.width
+                name: modelData
+
+                onTriggered: row.actions.pickOption(row.askId, index)
+            }
+            // qmllint enable unqualified
         }
 
         Item {
@@ -129,8 +116,8 @@ Item {
                 placeholder: "Type a reply to the session…"
                 value: row.draft
 
-                onAccepted: row.pending.sendText(row.askId, text)
-                onEdited: text => row.pending.setDraft(row.askId, text)
+                onAccepted: row.actions.sendText(row.askId, text)
+                onEdited: text => row.actions.setDraft(row.askId, text)
             }
 
             PushButton {
@@ -142,7 +129,7 @@ Item {
                 name: "Send"
                 tint: Theme.window.accentFill
 
-                onTriggered: row.pending.sendText(row.askId, reply.text)
+                onTriggered: row.actions.sendText(row.askId, reply.text)
             }
         }
 
@@ -156,7 +143,7 @@ Item {
                 tint: Theme.window.allowFill
                 visible: row.isPermission
 
-                onTriggered: row.pending.allow(row.askId)
+                onTriggered: row.actions.allow(row.askId)
             }
 
             PushButton {
@@ -165,7 +152,7 @@ Item {
                 tint: Theme.window.denyFill
                 visible: row.isPermission
 
-                onTriggered: row.pending.deny(row.askId)
+                onTriggered: row.actions.deny(row.askId)
             }
 
             PushButton {
@@ -173,7 +160,7 @@ Item {
                 help: "Answer in the session's terminal"
                 name: "Open"
 
-                onTriggered: row.pending.open(row.askId)
+                onTriggered: row.actions.open(row.askId)
             }
 
             PushButton {
@@ -181,7 +168,7 @@ Item {
                 help: row.isPermission ? "Leave this to the terminal" : "Put this notice away"
                 name: "Dismiss"
 
-                onTriggered: row.pending.dismiss(row.askId)
+                onTriggered: row.actions.dismiss(row.askId)
             }
 
             PushButton {
@@ -189,7 +176,7 @@ Item {
                 help: "The last lines of the session's terminal"
                 name: row.expanded ? "Less" : "Details"
 
-                onTriggered: row.pending.setExpanded(row.askId, !row.expanded)
+                onTriggered: row.actions.setExpanded(row.askId, !row.expanded)
             }
         }
     }

@@ -7,12 +7,12 @@ Item {
 
     required property ManagerFacade manager
 
-    AskRows {
+    PendingList {
         id: list
 
+        actions: tab.manager.pending
         anchors.fill: parent
         isScrolled: scrollMark.isHeld || follower.isScrolling
-        pending: tab.manager.pending
         visible: count > 0
     }
 

@@ -1,18 +1,13 @@
 import QtQuick
 import Pelorin
 
-// The rows, one under the other. The list is as high as it may ever get, so that all rows that fit are laid out and
-// their height is known.
-ListView {
+// The panel's rows. The list is as high as it may ever get, so that all rows that fit are laid out and their height is
+// known.
+AskList {
     id: list
 
     required property PanelFacade panel
     required property HelpTip tip
-
-    // How far the content has moved by itself, as it does when rows go from under the visible part. What the user scrolls
-    // is not counted: that moves no row away from under a pointer that was aiming at it.
-    property real shift: 0
-    property real lastContentY: 0
 
     function layOut() {
         forceLayout();
@@ -24,22 +19,14 @@ ListView {
         forceLayout();
     }
 
-    boundsBehavior: Flickable.StopAtBounds
-    clip: true
-    interactive: contentHeight > height
-    model: panel.asks
+    actions: panel
 
     delegate: PanelRow {
-        readonly property PanelList list: ListView.view as PanelList
+        readonly property PanelList rows: ListView.view as PanelList
 
-        panel: list ? list.panel : null
-        shift: list ? list.shift : 0
-        tip: list ? list.tip : null
-        width: list ? list.width : 0
-    }
-    onContentYChanged: {
-        if (!moving)
-            shift += contentY - lastContentY;
-        lastContentY = contentY;
+        panel: rows ? rows.panel : null
+        shift: rows ? rows.shift : 0
+        tip: rows ? rows.tip : null
+        width: rows ? rows.width : 0
     }
 }

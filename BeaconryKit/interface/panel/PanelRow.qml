@@ -3,33 +3,11 @@ import Pelorin
 
 // One ask. Everything that can be clicked hangs from the row's top right corner or below the text, so that nothing moves
 // when a text gets shorter or a label goes.
-Item {
+AskRow {
     id: row
 
-    required property bool acceptsText
-    required property string agentType
-    required property bool armed
-    required property string askId
-    required property bool countdownIsOver
-    required property bool countdownIsUrgent
-    required property string countdownText
-    required property string detail
-    required property color dotColor
-    required property string draft
-    required property bool expanded
-    required property int index
-    required property bool isPermission
-    required property string message
-    required property list<string> optionLabels
-    required property string projectName
-    required property string sourceLabel
-
     required property PanelFacade panel
-    // How far the list has moved by itself.
-    required property real shift
     required property HelpTip tip
-
-    readonly property real place: y - shift
 
     property bool isComplete: false
     property bool isPlaced: false
@@ -43,8 +21,7 @@ Item {
         extras.forceLayout();
     }
 
-    Accessible.name: sourceLabel + ", " + projectName + (agentType === "" ? "" : ", sub-agent " + agentType) + ": " + message
-    Accessible.role: Accessible.ListItem
+    actions: panel
     implicitHeight: extras.y + extras.height + (extras.height > 0 ? Theme.margin - 2 : 0)
     // A row glides over what comes up above it.
     z: index
@@ -63,7 +40,7 @@ Item {
         }
     }
     onPlaceChanged: {
-        if (!isComplete)
+        if (!isComplete || !panel)
             return;
         if (isPlaced) {
             slide += lastPlace - place;
@@ -104,146 +81,69 @@ Item {
         visible: row.index > 0
     }
 
-    Item {
+    AskHeader {
         id: header
 
+        agentType: row.agentType
+        badge.color: Theme.dark.surfaceHovered
+        badge.greatestWidth: room * 0.25 + 28
+        badge.inkColor: Theme.dark.secondaryText
+        badge.isReadOut: false
+        badge.symbolSize: 10
+        centresNames: true
+        colors: Theme.dark
+        dotColor: row.dotColor
+        dotSize: 8
         height: 24
+        projectName: row.projectName
+        sourceLabel: row.sourceLabel
+        sourceWeight: Font.Medium
+        trailingMargin: -4
         width: row.width - 2 * Theme.margin
         x: Theme.margin
         y: Theme.margin - 6
 
-        Row {
-            id: names
-
+        CountdownLabel {
             anchors.verticalCenter: parent.verticalCenter
-            spacing: Theme.gap
-            width: header.width - tools.width - Theme.gap
-
-            Rectangle {
-                id: dot
-
-                Accessible.ignored: true
-                anchors.verticalCenter: parent.verticalCenter
-                color: row.dotColor
-                height: 8
-                radius: 4
-                width: 8
-            }
-
-            Text {
-                id: source
-
-                Accessible.ignored: true
-                anchors.verticalCenter: parent.verticalCenter
-                color: Theme.dark.secondaryText
-                elide: Text.ElideRight
-                font.pointSize: Theme.textSize
-                font.weight: Font.Medium
-                text: row.sourceLabel
-                textFormat: Text.PlainText
-                width: Math.min(implicitWidth, names.width * 0.3)
-            }
-
-            Text {
-                Accessible.ignored: true
-                anchors.verticalCenter: parent.verticalCenter
-                color: Theme.dark.text
-                elide: Text.ElideRight
-                font.pointSize: Theme.textSize
-                font.weight: Font.DemiBold
-                text: row.projectName
-                textFormat: Text.PlainText
-                width: Math.min(implicitWidth, names.width - dot.width - source.width - 2 * names.spacing - (badge.visible ? badge.width + names.spacing : 0))
-            }
-
-            Rectangle {
-                id: badge
-
-                anchors.verticalCenter: parent.verticalCenter
-                color: Theme.dark.surfaceHovered
-                height: agent.implicitHeight + 4
-                radius: height / 2
-                visible: row.agentType !== ""
-                width: branch.width + agent.width + 2 * Theme.gap + 2
-
-                SymbolItem {
-                    id: branch
-
-                    anchors.left: parent.left
-                    anchors.leftMargin: Theme.gap - 1
-                    anchors.verticalCenter: parent.verticalCenter
-                    color: Theme.dark.secondaryText
-                    height: 10
-                    symbol: "arrow.turn.down.right"
-                    width: 10
-                }
-
-                Text {
-                    id: agent
-
-                    Accessible.ignored: true
-                    anchors.left: branch.right
-                    anchors.leftMargin: 3
-                    anchors.verticalCenter: parent.verticalCenter
-                    color: Theme.dark.secondaryText
-                    elide: Text.ElideRight
-                    font.pointSize: Theme.smallTextSize
-                    text: row.agentType
-                    textFormat: Text.PlainText
-                    width: Math.min(implicitWidth, names.width * 0.25)
-                }
-            }
+            isOver: row.countdownIsOver
+            isUrgent: row.countdownIsUrgent
+            text: row.countdownText
         }
 
-        Row {
-            id: tools
-
-            anchors.right: parent.right
-            anchors.rightMargin: -4
+        SymbolButton {
             anchors.verticalCenter: parent.verticalCenter
+            armed: row.armed
+            help: "Jump to this session"
+            name: "Jump"
+            symbol: "arrow.up.right.square.fill"
+            symbolSize: 16
+            tip: row.tip
 
-            CountdownLabel {
-                anchors.verticalCenter: parent.verticalCenter
-                isOver: row.countdownIsOver
-                isUrgent: row.countdownIsUrgent
-                text: row.countdownText
-            }
+            onTriggered: row.panel.open(row.askId)
+        }
 
-            SymbolButton {
-                anchors.verticalCenter: parent.verticalCenter
-                armed: row.armed
-                help: "Jump to this session"
-                name: "Jump"
-                symbol: "arrow.up.right.square.fill"
-                symbolSize: 16
-                tip: row.tip
+        SymbolButton {
+            anchors.verticalCenter: parent.verticalCenter
+            armed: row.armed
+            name: row.expanded ? "Hide details" : "Show details"
+            symbol: row.expanded ? "chevron.up.circle.fill" : "chevron.down.circle.fill"
+            symbolSize: 16
+            tip: row.tip
 
-                onTriggered: row.panel.open(row.askId)
-            }
+            onTriggered: row.panel.setExpanded(row.askId, !row.expanded)
+        }
 
-            SymbolButton {
-                anchors.verticalCenter: parent.verticalCenter
-                armed: row.armed
-                name: row.expanded ? "Hide details" : "Show details"
-                symbol: row.expanded ? "chevron.up.circle.fill" : "chevron.down.circle.fill"
-                symbolSize: 16
-                tip: row.tip
+        SymbolButton {
+            anchors.verticalCenter: parent.verticalCenter
+            armed: row.armed
+            color: Theme.dark.tertiaryText
+            help: row.isPermission ? "Leave this to the terminal" : "Put this notice away"
+            name: "Dismiss"
+            symbol: "xmark"
+            symbolSize: 14
+            tip: row.tip
 
-                onTriggered: row.panel.setExpanded(row.askId, !row.expanded)
-            }
-
-            SymbolButton {
-                anchors.verticalCenter: parent.verticalCenter
-                armed: row.armed
-                color: Theme.dark.tertiaryText
-                help: row.isPermission ? "Leave this to the terminal" : "Put this notice away"
-                name: "Dismiss"
-                symbol: "xmark"
-                symbolSize: 14
-                tip: row.tip
-
-                onTriggered: row.panel.dismiss(row.askId)
-            }
+            onTriggered: row.panel.dismiss(row.askId)
         }
     }
 
@@ -270,8 +170,7 @@ Item {
             font.family: Theme.codeFamily
             font.pointSize: Theme.codeSize
             maximumLineCount: row.expanded ? 12 : 4
-            // A command must not be broken behind a hyphen: "-" and "rf" are not what "-rf" is.
-            text: row.message.replace(/-/g, "-\u2060")
+            text: row.unbrokenMessage
             textFormat: Text.PlainText
             width: parent.width - 2 * inset
             wrapMode: Text.Wrap
@@ -332,15 +231,25 @@ Item {
             width: extras.width
         }
 
-        FlowButtons {
+        OptionFlow {
             id: options
 
-            armed: row.armed
             labels: row.optionLabels
-            visible: row.optionLabels.length > 0
             width: extras.width
 
-            onPicked: index => row.panel.pickOption(row.askId, index)
+            // The linter does not know that a component may use the names around it.
+            // qmllint disable unqualified
+            button: OptionButton {
+                required property int index
+                required property string modelData
+
+                armed: row.armed
+                availableWidth: options.width
+                name: modelData
+
+                onTriggered: row.panel.pickOption(row.askId, index)
+            }
+            // qmllint enable unqualified
         }
 
         ReplyField {

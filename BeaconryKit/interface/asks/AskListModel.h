@@ -1,17 +1,18 @@
 #pragma once
 
-#include "BeaconryKit/interface/asks/Countdown.h"
-#include "BeaconryKit/service/AskStore.h"
+#include "BeaconryKit/interface/asks/AskListRow.h"
+#include "BeaconryKit/interface/asks/AskRole.h"
 
 #include <QAbstractListModel>
 #include <QHash>
 #include <QtQml/qqmlregistration.h>
 
-#include <chrono>
 #include <optional>
 #include <vector>
 
 namespace pelorin {
+
+struct ListStep;
 
 /// The rows of a list of asks as QML shows them. It follows a store by identity: a row keeps its place in the scene,
 /// and what the user did to it (unfolded it, typed half a reply), for as long as its ask stays in the store. Each view
@@ -22,34 +23,9 @@ class AskListModel : public QAbstractListModel {
     QML_UNCREATABLE("The controller owns it")
 
 public:
-    /// What a row offers; the role's name in QML is the enumerator's without "Role".
-    enum Role {
-        askIdRole = Qt::UserRole + 1,
-        sourceLabelRole,
-        dotColorRole,
-        projectNameRole,
-        messageRole,
-        /// What the session asks, as its terminal puts it, else the usual question; empty for a mere notice.
-        questionRole,
-        isPermissionRole,
-        /// The sub-agent's kind; empty for the session itself.
-        agentTypeRole,
-        detailRole,
-        /// The options' labels, in their order.
-        optionLabelsRole,
-        acceptsTextRole,
-        countdownTextRole,
-        countdownIsUrgentRole,
-        countdownIsOverRole,
-        expandedRole,
-        draftRole,
-        /// Whether the row has stood where it is for long enough to take clicks.
-        armedRole
-    };
-
-    enum class Fold { collapsed, expanded };
-
-    using Moment = std::chrono::steady_clock::time_point;
+    using enum AskRole;
+    using Fold = AskListRow::Fold;
+    using Moment = RowArming::Moment;
 
     using QAbstractListModel::QAbstractListModel;
 
@@ -81,30 +57,15 @@ public:
     std::optional<Moment> arm(Moment now);
 
 private:
-    struct Row {
-        SharedAsk ask;
-        bool expanded = false;
-        QString draft;
-        std::optional<double> place;
-        // Not armed before this moment; nothing once it is armed.
-        std::optional<Moment> armsAt;
-    };
-
-    Countdown countdown(const Row& row, WallTime now) const;
     int find(const QString& id) const;
-    void forgetPositions();
-    void removeMissing(const QHash<QString, int>& wanted);
-    void bringIntoOrder(const QHash<QString, int>& wanted);
-    void insertMissing(const SharedAsks& asks, Moment armsAt);
-    void update(int position, const SharedAsk& ask, Moment armsAt);
-    void disarm(Row& row, Moment armsAt);
+    AskListRow& row(int position) { return m_rows[static_cast<std::size_t>(position)]; }
+    void carryOut(const ListStep& step, const SharedAsks& asks, Moment armsAt);
     void changed(int first, int last, const QList<int>& roles);
 
-    std::vector<Row> m_rows;
+    std::vector<AskListRow> m_rows;
     // Made when it is first asked for after rows came, went or moved.
     mutable QHash<QString, int> m_positions;
-    qint64 m_waitSeconds = 0;
-    WallTime m_now{};
+    CountdownClock m_clock;
 };
 
 } // namespace pelorin

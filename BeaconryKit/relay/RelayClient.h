@@ -3,7 +3,7 @@
 #include "BeaconryKit/platform/Dispatch.h"
 #include "BeaconryKit/relay/HTTPTransport.h"
 #include "BeaconryKit/relay/RelayConfig.h"
-#include "BeaconryKit/relay/RelayDevice.h"
+#include "BeaconryKit/relay/RelayMessages.h"
 
 #include <QJsonArray>
 #include <QList>

@@ -1,7 +1,6 @@
 #pragma once
 
 #include "BeaconryKit/model/SharedAsks.h"
-#include "BeaconryKit/relay/RelayDevice.h"
 
 #include <QByteArrayView>
 #include <QJsonArray>
@@ -15,6 +14,20 @@
 // somebody else's, so all of it is read here, and nothing that is read here can do more than be ignored.
 
 namespace pelorin {
+
+/// One phone, as the relay lists it. Every text may be empty; the label is "phone" where the relay names none.
+struct RelayDevice {
+    /// Names the phone at the relay.
+    QString id;
+    /// What the phone calls itself.
+    QString label = QStringLiteral("phone");
+    /// Where it was last seen.
+    QString country;
+    /// The user agent of its browser.
+    QString ua;
+
+    bool operator==(const RelayDevice&) const = default;
+};
 
 /// A phone has decided a permission request.
 struct RelayDecision {

@@ -272,5 +272,10 @@ TEST_F(ManagerPhoneTest, ShowsNoPhonesTextAsAnythingElse) {
     EXPECT_TRUE(says(QStringLiteral("<u>x</u> y")));
 }
 
+TEST(SetupLink, JoinsAddressAndTokenUnescaped) {
+    EXPECT_EQ(phoneSetupLink("https://relay.test", "abc"), "https://relay.test/?t=abc");
+    EXPECT_EQ(phoneSetupLink("\t https://relay.test/a ", " a+b/c=&d e\t"), "https://relay.test/a/?t=a+b/c=&d e");
+}
+
 } // namespace
 } // namespace pelorin

@@ -1,6 +1,6 @@
 #include "BeaconryKit/interface/manager/QRCode.h"
 
-#include "BeaconryKit/relay/SetupLink.h"
+#include "BeaconryKit/interface/manager/PhoneSetup.h"
 #include "BeaconryKit/sessions/RelayDefaults.h"
 
 #include <QStringList>

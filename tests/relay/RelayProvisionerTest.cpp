@@ -4,7 +4,6 @@
 #include "tests/support/ManualDispatch.h"
 
 #include "BeaconryKit/platform/ComputerName.h"
-#include "BeaconryKit/relay/SetupLink.h"
 
 #include <gmock/gmock.h>
 
@@ -93,11 +92,6 @@ TEST_F(RelayProvisionerTest, KeepsRequestsApart) {
 
 TEST(DeviceName, IsTheComputersNameElseMac) {
     EXPECT_EQ(RelayProvisioner::deviceName(), computerName().value_or("Mac"));
-}
-
-TEST(SetupLink, JoinsAddressAndTokenUnescaped) {
-    EXPECT_EQ(phoneSetupLink("https://relay.test", "abc"), "https://relay.test/?t=abc");
-    EXPECT_EQ(phoneSetupLink("\t https://relay.test/a ", " a+b/c=&d e\t"), "https://relay.test/a/?t=a+b/c=&d e");
 }
 
 } // namespace

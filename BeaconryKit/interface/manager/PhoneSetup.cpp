@@ -1,8 +1,8 @@
 #include "BeaconryKit/interface/manager/PhoneSetup.h"
 
 #include "BeaconryKit/interface/asks/DisplayText.h"
+#include "BeaconryKit/model/Blanks.h"
 #include "BeaconryKit/platform/WhileAlive.h"
-#include "BeaconryKit/relay/SetupLink.h"
 
 namespace pelorin {
 
@@ -12,6 +12,10 @@ constexpr qsizetype nameLimit = 200;
 constexpr qsizetype agentLimit = 400;
 
 } // namespace
+
+QString phoneSetupLink(const QString& relayURL, const QString& relayToken) {
+    return trimBlanks(relayURL) + QStringLiteral("/?t=") + trimBlanks(relayToken);
+}
 
 PhoneSetup::PhoneSetup(NotifierSettings& settings, RelayClient& relay, RelayProvisioner& provisioner, QObject* parent)
     : QObject(parent),

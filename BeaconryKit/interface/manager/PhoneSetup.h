@@ -13,6 +13,10 @@
 
 namespace pelorin {
 
+/// The link that a phone opens to be paired: the relay's address and the token, both without blanks at their ends,
+/// nothing escaped. It carries the token: show it, never log it.
+QString phoneSetupLink(const QString& relayURL, const QString& relayToken);
+
 /// Sets phones up at the relay for the window: their link, a fresh token, the list of those that are connected. Relay
 /// failures are silent. Main thread.
 class PhoneSetup final : public QObject {

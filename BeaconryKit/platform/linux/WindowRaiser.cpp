@@ -1,17 +1,16 @@
 #include "BeaconryKit/platform/WindowRaiser.h"
 
 #include "BeaconryKit/platform/linux/ControllingTerminal.h"
+#include "BeaconryKit/platform/linux/X11Requests.h"
 
-#include <QList>
 #include <QLoggingCategory>
-#include <xcb/xcb.h>
 
 #include <algorithm>
 #include <array>
 #include <cstdint>
-#include <cstdlib>
 #include <optional>
 #include <string_view>
+#include <vector>
 
 namespace pelorin {
 
@@ -22,12 +21,7 @@ Q_LOGGING_CATEGORY(log, "pelorin.platform.window", QtWarningMsg)
 struct Disconnect {
     void operator()(xcb_connection_t* connection) const { xcb_disconnect(connection); }
 };
-struct Free {
-    void operator()(void* reply) const { std::free(reply); }
-};
 using Connection = std::unique_ptr<xcb_connection_t, Disconnect>;
-template <class Reply>
-using ReplyPointer = std::unique_ptr<Reply, Free>;
 
 /// A window that the window manager knows, and whose it is.
 struct ManagedWindow {
@@ -42,7 +36,7 @@ public:
     static std::optional<XDisplay> open();
 
     /// The windows of known processes, in the order in which they were first shown.
-    QList<ManagedWindow> managedWindows();
+    std::vector<ManagedWindow> managedWindows();
 
     /// Asks the window manager to show and raise the window and to give it the keys.
     void activate(xcb_window_t window);
@@ -51,7 +45,7 @@ private:
     enum Atom : std::uint8_t { clientList, processId, activeWindow, currentDesktop, windowDesktop, atomCount };
 
     XDisplay(Connection connection, xcb_window_t root);
-    QList<std::uint32_t> numbers(xcb_get_property_cookie_t cookie);
+    std::vector<std::uint32_t> numbers(xcb_get_property_cookie_t cookie);
     xcb_get_property_cookie_t askFor(xcb_window_t window, Atom property, xcb_atom_t type);
     void showDesktopOf(xcb_window_t window);
     void tellManager(Atom what, xcb_window_t window, std::uint32_t first, std::uint32_t second);
@@ -62,16 +56,14 @@ private:
 };
 
 std::optional<XDisplay> XDisplay::open() {
-    int screen = 0;
-    Connection connection(xcb_connect(nullptr, &screen));
+    int screenNumber = 0;
+    Connection connection(xcb_connect(nullptr, &screenNumber));
     if (xcb_connection_has_error(connection.get()) != 0)
         return std::nullopt;
-    auto screens = xcb_setup_roots_iterator(xcb_get_setup(connection.get()));
-    for (; screen > 0 && screens.rem > 1; --screen)
-        xcb_screen_next(&screens);
-    if (screens.rem == 0)
+    const xcb_screen_t* const screen = screenOf(connection.get(), screenNumber);
+    if (!screen)
         return std::nullopt;
-    return XDisplay(std::move(connection), screens.data->root);
+    return XDisplay(std::move(connection), screen->root);
 }
 
 XDisplay::XDisplay(Connection connection, xcb_window_t root) : m_connection(std::move(connection)), m_root(root) {
@@ -82,10 +74,8 @@ XDisplay::XDisplay(Connection connection, xcb_window_t root) : m_connection(std:
     std::ranges::transform(names, cookies.begin(), [this](std::string_view name) {
         return xcb_intern_atom(m_connection.get(), 1, static_cast<std::uint16_t>(name.size()), name.data());
     });
-    std::ranges::transform(cookies, m_atoms.begin(), [this](xcb_intern_atom_cookie_t cookie) {
-        const ReplyPointer<xcb_intern_atom_reply_t> reply(xcb_intern_atom_reply(m_connection.get(), cookie, nullptr));
-        return reply ? reply->atom : xcb_atom_t{XCB_ATOM_NONE};
-    });
+    std::ranges::transform(cookies, m_atoms.begin(),
+                           [this](xcb_intern_atom_cookie_t cookie) { return receiveAtom(m_connection.get(), cookie); });
 }
 
 xcb_get_property_cookie_t XDisplay::askFor(xcb_window_t window, Atom property, xcb_atom_t type) {
@@ -93,25 +83,21 @@ xcb_get_property_cookie_t XDisplay::askFor(xcb_window_t window, Atom property, x
     return xcb_get_property(m_connection.get(), 0, window, m_atoms[property], type, 0, mostNumbers);
 }
 
-QList<std::uint32_t> XDisplay::numbers(xcb_get_property_cookie_t cookie) {
-    // A window that has gone meanwhile has no properties.
-    const ReplyPointer<xcb_get_property_reply_t> reply(xcb_get_property_reply(m_connection.get(), cookie, nullptr));
-    if (!reply || reply->format != 32)
-        return {};
-    const auto* first = static_cast<const std::uint32_t*>(xcb_get_property_value(reply.get()));
-    return {first, first + reply->value_len};
+std::vector<std::uint32_t> XDisplay::numbers(xcb_get_property_cookie_t cookie) {
+    return receiveNumbers(m_connection.get(), cookie);
 }
 
-QList<ManagedWindow> XDisplay::managedWindows() {
-    const QList<std::uint32_t> windows = numbers(askFor(m_root, clientList, XCB_ATOM_WINDOW));
-    QList<xcb_get_property_cookie_t> cookies;
+std::vector<ManagedWindow> XDisplay::managedWindows() {
+    const std::vector<std::uint32_t> windows = numbers(askFor(m_root, clientList, XCB_ATOM_WINDOW));
+    std::vector<xcb_get_property_cookie_t> cookies;
     for (const xcb_window_t window : windows)
-        cookies.append(askFor(window, processId, XCB_ATOM_CARDINAL));
-    QList<ManagedWindow> managed;
-    for (qsizetype index = 0; index < windows.size(); ++index) {
-        const QList<std::uint32_t> process = numbers(cookies[index]);
-        if (!process.isEmpty())
-            managed.append({windows[index], static_cast<pid_t>(process.first())});
+        cookies.push_back(askFor(window, processId, XCB_ATOM_CARDINAL));
+    std::vector<ManagedWindow> managed;
+    for (std::size_t index = 0; index < windows.size(); ++index) {
+        // A window that has gone meanwhile has no properties.
+        const std::vector<std::uint32_t> process = numbers(cookies[index]);
+        if (!process.empty())
+            managed.push_back({windows[index], static_cast<pid_t>(process.front())});
     }
     return managed;
 }
@@ -123,8 +109,7 @@ void XDisplay::activate(xcb_window_t window) {
     tellManager(activeWindow, window, sourceIsUser, XCB_CURRENT_TIME);
     // A server may throw away what it has not read of a connection that ends: its answer tells that it has.
     const auto cookie = xcb_get_input_focus(m_connection.get());
-    const ReplyPointer<xcb_get_input_focus_reply_t> reply(
-        xcb_get_input_focus_reply(m_connection.get(), cookie, nullptr));
+    const auto reply = take(xcb_get_input_focus_reply(m_connection.get(), cookie, nullptr));
 }
 
 void XDisplay::showDesktopOf(xcb_window_t window) {
@@ -132,10 +117,10 @@ void XDisplay::showDesktopOf(xcb_window_t window) {
     constexpr std::uint32_t everyDesktop = 0xffffffff;
     const auto windowCookie = askFor(window, windowDesktop, XCB_ATOM_CARDINAL);
     const auto currentCookie = askFor(m_root, currentDesktop, XCB_ATOM_CARDINAL);
-    const QList<std::uint32_t> wanted = numbers(windowCookie);
-    const QList<std::uint32_t> current = numbers(currentCookie);
-    if (!wanted.isEmpty() && !current.isEmpty() && wanted.first() != everyDesktop && wanted.first() != current.first())
-        tellManager(currentDesktop, m_root, wanted.first(), XCB_CURRENT_TIME);
+    const std::vector<std::uint32_t> wanted = numbers(windowCookie);
+    const std::vector<std::uint32_t> current = numbers(currentCookie);
+    if (!wanted.empty() && !current.empty() && wanted.front() != everyDesktop && wanted.front() != current.front())
+        tellManager(currentDesktop, m_root, wanted.front(), XCB_CURRENT_TIME);
 }
 
 void XDisplay::tellManager(Atom what, xcb_window_t window, std::uint32_t first, std::uint32_t second) {
@@ -153,7 +138,7 @@ void XDisplay::tellManager(Atom what, xcb_window_t window, std::uint32_t first, 
 
 /// The window, among those of the process, that shows the terminal of the session. Of several, the session's own
 /// environment may name it; else the one that was opened last is taken.
-std::optional<xcb_window_t> windowOf(pid_t process, pid_t sessionLeader, const QList<ManagedWindow>& windows) {
+std::optional<xcb_window_t> windowOf(pid_t process, pid_t sessionLeader, const std::vector<ManagedWindow>& windows) {
     std::optional<xcb_window_t> found;
     for (const ManagedWindow& managed : windows) {
         if (managed.process != process)
@@ -174,7 +159,7 @@ public:
             qCDebug(log) << "no session on" << ttyDevicePath << "or no X server";
             return;
         }
-        const QList<ManagedWindow> windows = display->managedWindows();
+        const std::vector<ManagedWindow> windows = display->managedWindows();
         // What runs in the terminal may have windows too; the terminal's own is a matter of those above it.
         for (pid_t process = parentProcess(*leader); process > 1; process = parentProcess(process)) {
             if (const auto window = windowOf(process, *leader, windows)) {

@@ -1,6 +1,6 @@
 #include "bench/Measure.h"
 #include "bench/Program.h"
-#include "tests/support/EventLoop.h"
+#include "tests/support/Eventually.h"
 #include "tests/support/relay/TestRelay.h"
 
 #include "BeaconryKit/model/AskEvent.h"

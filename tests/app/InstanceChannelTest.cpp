@@ -1,6 +1,6 @@
 #include "BeaconryApp/InstanceChannel.h"
 
-#include "tests/support/EventLoop.h"
+#include "tests/support/Eventually.h"
 #include "tests/support/LoopbackListener.h"
 #include "tests/support/Processes.h"
 #include "tests/support/TestDescriptor.h"

@@ -1,6 +1,6 @@
 #include "BeaconryApp/PhoneShell.h"
 
-#include "tests/support/EventLoop.h"
+#include "tests/support/Eventually.h"
 #include "tests/support/MemoryUserDefaults.h"
 
 #include <QFile>

@@ -1,5 +1,5 @@
 #include "tests/app/RunningApplication.h"
-#include "tests/support/EventLoop.h"
+#include "tests/support/Eventually.h"
 #include "tests/support/Processes.h"
 #include "tests/support/relay/TestCertificates.h"
 #include "tests/support/relay/TestRelay.h"

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "tests/support/EventLoop.h"
+#include "tests/support/Eventually.h"
 
 #include <QAccessible>
 #include <QGuiApplication>

@@ -1,4 +1,4 @@
-#include "tests/support/EventLoop.h"
+#include "tests/support/Eventually.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/MemoryUserDefaults.h"
 #include "tests/support/tray/StatusNotifierHost.h"

@@ -1,18 +1,8 @@
 #include "tests/interface/LivePanel.h"
 
-#include <QTest>
-#include <QtQuickTest/quicktest.h>
-
-#include <algorithm>
-
 namespace pelorin {
 
 namespace {
-
-bool isPolishScheduled(QQuickItem* item) {
-    const QList<QQuickItem*> children = item->childItems();
-    return QQuickTest::qIsPolishScheduled(item) || std::ranges::any_of(children, isPolishScheduled);
-}
 
 QQuickItem* find(QQuickItem* root, const QString& name) {
     if (root->isVisible() &&
@@ -37,10 +27,6 @@ LivePanel::~LivePanel() {
     eventually([this] { return controller->panel().phase() == NotchPanel::Phase::hidden; });
 }
 
-bool eventually(const std::function<bool()>& condition) {
-    return QTest::qWaitFor(condition, 15'000);
-}
-
 void LivePanel::show(const AskEvent& ask) {
     store.upsert(ask);
     ASSERT_TRUE(eventually([&] { return isStill(); }));
@@ -57,8 +43,7 @@ bool LivePanel::isStill() const {
     const QQuickItem* const button = control(allow);
     return button && button->property("armed").toBool() && content.y() == 0 && content.opacity() == 1 &&
            content.size() == QSizeF(controller->panel().frame().size()) &&
-           qCeil(content.implicitHeight()) == controller->panel().frame().height() &&
-           !isPolishScheduled(&controller->hosting());
+           qCeil(content.implicitHeight()) == controller->panel().frame().height() && isLaidOut(&controller->hosting());
 }
 
 QQuickItem* LivePanel::control(const QString& name) const {
@@ -72,7 +57,7 @@ QPoint LivePanel::placeOf(const QString& name) const {
         return {};
     }
     // Not every windowing system tells a window where it is.
-    return controller->panel().frame().topLeft() + item->mapToScene({item->width() / 2, item->height() / 2}).toPoint();
+    return controller->panel().frame().topLeft() + middleOf(item);
 }
 
 } // namespace pelorin

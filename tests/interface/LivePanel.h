@@ -1,6 +1,8 @@
 #pragma once
 
 #include "tests/interface/SampleAsks.h"
+#include "tests/interface/SceneItems.h"
+#include "tests/support/Eventually.h"
 #include "tests/support/MemoryUserDefaults.h"
 
 #include "BeaconryKit/interface/panel/NotchPanelController.h"
@@ -10,13 +12,9 @@
 #include <QQuickItem>
 #include <gtest/gtest.h>
 
-#include <functional>
 #include <memory>
 
 namespace pelorin {
-
-/// Waits until it is so while events are handled; false when it never is.
-bool eventually(const std::function<bool()>& condition);
 
 /// The panel of a store on a real windowing system, with real time. The tests' main() makes the application object.
 class LivePanel : public ::testing::Test {

@@ -1,10 +1,6 @@
 #include "tests/interface/ManagerFixture.h"
 
-#include "BeaconryKit/interface/InterfaceEngine.h"
-
-#include <QQmlEngine>
 #include <QTest>
-#include <QtQuickTest/quicktest.h>
 
 #include <algorithm>
 
@@ -12,46 +8,24 @@ namespace pelorin {
 
 namespace {
 
-/// One for all tests, as long as the application: what QML has once read need not be read again.
-std::shared_ptr<QQmlEngine> sharedEngine() {
-    static std::shared_ptr<QQmlEngine> engine;
-    if (!engine) {
-        engine = makeInterfaceEngine();
-        qAddPostRoutine([] { engine.reset(); });
-    }
-    return engine;
-}
-
 QString nameOf(QQuickItem* item) {
     return item->property("name").toString();
-}
-
-bool isStill(QQuickItem* item) {
-    return !QQuickTest::qIsPolishScheduled(item) && std::ranges::all_of(item->childItems(), isStill);
 }
 
 } // namespace
 
 ManagerFixture::ManagerFixture()
     : controller(
-          parts(),
-          [this](const AskEvent& ask, const AskAction& action) {
-              reports.push_back({ask.id(), action});
-          },
-          [this](const SessionInfo& session) { jumps.push_back(session); }, sharedEngine()) {
+          parts(), reporter(), [this](const SessionInfo& session) { jumps.push_back(session); }, engine()) {
 }
 
 ManagerFixture::~ManagerFixture() = default;
-
-bool ManagerFixture::eventually(const std::function<bool()>& predicate) {
-    return QTest::qWaitFor(predicate, 10'000);
-}
 
 void ManagerFixture::settle() {
     dispatch.runDue();
     ASSERT_TRUE(eventually([this] {
         dispatch.runDue();
-        return isStill(window().contentItem());
+        return isLaidOut(window().contentItem());
     }));
 }
 
@@ -119,7 +93,7 @@ void ManagerFixture::click(QQuickItem* item) {
     for (QQuickItem* follower : visible("FocusFollower"))
         QMetaObject::invokeMethod(follower, "reveal", Q_ARG(QQuickItem*, item));
     settle();
-    const QPoint place = item->mapToScene({item->width() / 2, item->height() / 2}).toPoint();
+    const QPoint place = middleOf(item);
     QTest::mouseMove(&window(), place);
     QTest::mouseClick(&window(), Qt::LeftButton, {}, place);
     settle();

@@ -1,8 +1,7 @@
 #pragma once
 
+#include "tests/interface/InterfaceFixture.h"
 #include "tests/interface/ManagerDependencies.h"
-#include "tests/interface/SampleAsks.h"
-#include "tests/interface/SceneItems.h"
 
 #include "BeaconryKit/interface/manager/ManagerFacade.h"
 #include "BeaconryKit/interface/manager/ManagerWindow.h"
@@ -11,22 +10,14 @@
 #include <QStringList>
 #include <gtest/gtest.h>
 
-#include <functional>
-#include <memory>
 #include <vector>
 
 namespace pelorin {
 
 /// A manager window off any screen. The queues' time is moved by hand.
-class ManagerFixture : public ::testing::Test, public ManagerDependencies {
+class ManagerFixture : public InterfaceFixture, public ManagerDependencies {
 protected:
     enum Tab { pendingTab, sessionsTab, phoneTab, settingsTab };
-
-    struct Report {
-        QString askId;
-        AskAction action;
-        bool operator==(const Report&) const = default;
-    };
 
     ManagerFixture();
     ~ManagerFixture() override;
@@ -37,8 +28,6 @@ protected:
     void settle();
     /// As `settle`, and then lets the rows stand long enough to take clicks.
     void settleAndArm();
-    /// Processes the toolkit's events until the predicate holds; false when it never does.
-    static bool eventually(const std::function<bool()>& predicate);
 
     ManagerWindow& window() { return *controller.window(); }
     ManagerFacade& facade() { return *controller.facade(); }
@@ -68,7 +57,6 @@ protected:
     /// Answers the relay's oldest request, which must be one for this path.
     void answer(const QString& path, const QByteArray& body, int status = 200);
 
-    std::vector<Report> reports;
     std::vector<SessionInfo> jumps;
     ManagerWindowController controller;
 };

@@ -1,4 +1,6 @@
 #include "tests/interface/ManagerDependencies.h"
+#include "tests/interface/SceneItems.h"
+#include "tests/support/Eventually.h"
 
 #include "BeaconryKit/interface/manager/ManagerFacade.h"
 #include "BeaconryKit/interface/manager/ManagerWindow.h"
@@ -8,9 +10,7 @@
 #include <QPalette>
 #include <QQuickItem>
 #include <QTest>
-#include <QtQuickTest/quicktest.h>
 
-#include <algorithm>
 #include <array>
 #include <cstdio>
 
@@ -115,19 +115,13 @@ void useDarkDesktop() {
     QGuiApplication::setPalette(palette);
 }
 
-bool isSettled(QQuickItem* item) {
-    return !QQuickTest::qIsPolishScheduled(item) && std::ranges::all_of(item->childItems(), isSettled);
-}
-
 bool settle(ManagerDependencies& all, ManagerWindow& window) {
     // Colours and knobs take a moment to get where they belong.
     QTest::qWait(200);
-    return QTest::qWaitFor(
-        [&] {
-            all.dispatch.runDue();
-            return isSettled(window.contentItem());
-        },
-        10'000);
+    return eventually([&] {
+        all.dispatch.runDue();
+        return isLaidOut(window.contentItem());
+    });
 }
 
 bool save(const QString& path, int tab, bool isFull, QSize size) {

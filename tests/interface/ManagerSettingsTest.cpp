@@ -311,7 +311,7 @@ TEST(HookSetup, DoesNotBlockTheMainThread) {
     setup.install();
     EXPECT_TRUE(setup.isBusy());
     dependencies.write("home/go", "");
-    EXPECT_TRUE(QTest::qWaitFor([&] { return !setup.isBusy(); }, 20'000));
+    EXPECT_TRUE(eventually([&] { return !setup.isBusy(); }));
     EXPECT_EQ(setup.message(), QStringLiteral("The installer exited with code 4."));
 }
 

@@ -1,9 +1,6 @@
 #include "tests/interface/PanelFixture.h"
 
-#include "BeaconryKit/interface/InterfaceEngine.h"
-
 #include <QTest>
-#include <QtQuickTest/quicktest.h>
 
 #include <algorithm>
 
@@ -15,19 +12,11 @@ PanelFixture::PanelFixture() {
     screens = ownScreens.get();
     platform = ownPlatform.get();
     controller = std::make_unique<NotchPanelController>(
-        store, settings, dispatch,
-        [this](const AskEvent& ask, const AskAction& action) {
-            reports.push_back({ask.id(), action});
-            reportedAsks.append(ask);
-        },
-        PanelDependencies{std::move(ownScreens), std::move(ownPlatform), makeInterfaceEngine()});
+        store, settings, dispatch, reporter(),
+        PanelDependencies{std::move(ownScreens), std::move(ownPlatform), engine()});
 }
 
 PanelFixture::~PanelFixture() = default;
-
-bool PanelFixture::eventually(const std::function<bool()>& predicate) {
-    return QTest::qWaitFor(predicate, 10'000);
-}
 
 bool PanelFixture::isStill() {
     if (panel().phase() == NotchPanel::Phase::hidden)
@@ -38,12 +27,9 @@ bool PanelFixture::isStill() {
     if (content.opacity() < 1 || content.y() != 0 || panel().geometry() != panel().frame() ||
         content.size() != QSizeF(panel().frame().size()))
         return false;
-    for (QQuickItem* item : itemsOfType(&content, "QQuickItem")) {
-        if (QQuickTest::qIsPolishScheduled(item))
-            return false;
-    }
-    return std::ranges::all_of(itemsOfType(&content, "PanelRow"),
-                               [](QQuickItem* row) { return row->property("slide").toReal() == 0; });
+    return isLaidOut(&content) && std::ranges::all_of(itemsOfType(&content, "PanelRow"), [](QQuickItem* row) {
+               return row->property("slide").toReal() == 0;
+           });
 }
 
 void PanelFixture::settle() {
@@ -91,11 +77,7 @@ QQuickItem* PanelFixture::control(const QString& askId, const QString& name) {
 QPoint PanelFixture::middle(const QString& askId, const QString& name) {
     QQuickItem* const item = control(askId, name);
     EXPECT_NE(item, nullptr) << "There is no " << name.toStdString() << " on " << askId.toStdString();
-    return item ? item->mapToScene({item->width() / 2, item->height() / 2}).toPoint() : QPoint(-1, -1);
-}
-
-QRectF PanelFixture::rectangleIn(QQuickItem* item, QQuickItem* ancestor) {
-    return item->mapRectToItem(ancestor, QRectF(0, 0, item->width(), item->height()));
+    return item ? middleOf(item) : QPoint(-1, -1);
 }
 
 void PanelFixture::press(QPoint place) {

@@ -1,7 +1,6 @@
 #pragma once
 
-#include "tests/interface/SampleAsks.h"
-#include "tests/interface/SceneItems.h"
+#include "tests/interface/InterfaceFixture.h"
 #include "tests/support/ManualDispatch.h"
 #include "tests/support/MemoryUserDefaults.h"
 
@@ -12,11 +11,8 @@
 #include <QQuickItem>
 #include <gtest/gtest.h>
 
-#include <array>
 #include <memory>
-#include <ostream>
 #include <utility>
-#include <vector>
 
 namespace pelorin {
 
@@ -58,30 +54,31 @@ private:
     PlainPanelPlatform m_plain;
 };
 
-/// A panel over a store, in a window off any screen. The queues' time is moved by hand; the animations run in their
-/// own.
-class PanelFixture : public ::testing::Test {
+/// A panel over a store, in a window off any screen. The queues' time is moved by hand.
+class PanelFixture : public InterfaceFixture {
 protected:
-    struct Report {
-        QString askId;
-        AskAction action;
-        bool operator==(const Report&) const = default;
-
-        friend void PrintTo(const Report& report, std::ostream* stream) {
-            static constexpr std::array names{"option", "text", "open", "dismiss", "allow", "deny", "expand"};
-            *stream << report.askId.toStdString() << ": " << names[report.action.value.index()];
-        }
-    };
+    static inline const QString a = QStringLiteral("a");
+    static inline const QString b = QStringLiteral("b");
+    static inline const QString c = QStringLiteral("c");
+    static inline const QString allow = QStringLiteral("Allow");
+    static inline const QString deny = QStringLiteral("Deny");
+    static inline const QString jump = QStringLiteral("Jump");
+    static inline const QString dismiss = QStringLiteral("Dismiss");
+    static inline const QString showDetails = QStringLiteral("Show details");
+    static inline const QString hideDetails = QStringLiteral("Hide details");
+    static inline const QString reply = QStringLiteral("Reply");
+    static inline const QString sendReply = QStringLiteral("Send");
 
     PanelFixture();
     ~PanelFixture() override;
+
+    /// A permission request that has just arrived.
+    AskEvent permission(const QString& id) const { return permissionAsk(id, dispatch.now()); }
 
     /// Runs what is due, and waits until nothing moves any more.
     void settle();
     /// As `settle`, and then lets the rows stand long enough to take clicks.
     void settleAndArm();
-    /// Processes the toolkit's events until the predicate holds; false when it never does.
-    static bool eventually(const std::function<bool()>& predicate);
 
     /// Puts the asks into the store and waits until their panel can be clicked.
     void show(const QList<AskEvent>& asks);
@@ -96,7 +93,6 @@ protected:
     QQuickItem* control(const QString& askId, const QString& name);
     /// The control's middle in the window.
     QPoint middle(const QString& askId, const QString& name);
-    static QRectF rectangleIn(QQuickItem* item, QQuickItem* ancestor);
 
     void press(QPoint place);
     void release(QPoint place);
@@ -110,8 +106,6 @@ protected:
     AskStore store;
     FakeScreens* screens = nullptr;
     FakePlatform* platform = nullptr;
-    std::vector<Report> reports;
-    QList<AskEvent> reportedAsks;
     std::unique_ptr<NotchPanelController> controller;
 };
 

@@ -1,6 +1,8 @@
 // Draws the panel into a picture, off any screen: panel_screenshot PICTURE [ASKS [SCENE [SCALE]]]
 // SCENE is one of mixed (the default), answers, notices, rightToLeft, long.
 
+#include "tests/interface/SceneItems.h"
+#include "tests/support/Eventually.h"
 #include "tests/support/ManualDispatch.h"
 #include "tests/support/MemoryUserDefaults.h"
 
@@ -13,13 +15,10 @@
 #include <QLinearGradient>
 #include <QPainter>
 #include <QQuickItem>
-#include <QTest>
-#include <QtQuickTest/quicktest.h>
 
 #include <algorithm>
 #include <array>
 #include <cstdio>
-#include <functional>
 
 namespace pelorin {
 namespace {
@@ -148,15 +147,12 @@ public:
     QList<PanelScreen> screens() const override { return {{QRect(0, 0, 1280, 900), 0, true, nullptr}}; }
 };
 
-/// Lets the toolkit animate and draw until the condition holds; false when it never does.
-bool drawUntil(const std::function<bool()>& holds) {
-    return QTest::qWaitFor(holds, 10'000);
-}
-
-bool isSettled(QQuickItem* item) {
+bool isSettled(QQuickItem& content) {
     // Controls that take no clicks yet are drawn faintly, and those that do brighten slowly.
-    const bool isFaint = item->inherits("pelorin::SymbolItem") && item->isVisible() && item->opacity() < 1;
-    return !isFaint && !QQuickTest::qIsPolishScheduled(item) && std::ranges::all_of(item->childItems(), isSettled);
+    const auto isFaint = [](QQuickItem* symbol) {
+        return symbol->isVisible() && symbol->opacity() < 1;
+    };
+    return isLaidOut(&content) && std::ranges::none_of(itemsOfType(&content, "pelorin::SymbolItem"), isFaint);
 }
 
 bool save(const QString& path, int count, const QString& scene) {
@@ -176,13 +172,13 @@ bool save(const QString& path, int count, const QString& scene) {
         controller.asks().setFold(store.asks().first()->id(), AskListModel::Fold::expanded);
     NotchPanel& panel = controller.panel();
     QQuickItem& content = controller.hosting();
-    const bool isThere = drawUntil([&] {
+    const bool isThere = eventually([&] {
         dispatch.runDue();
         return content.opacity() == 1 && content.y() == 0 && content.size() == QSizeF(panel.frame().size()) &&
                qCeil(content.implicitHeight()) == panel.frame().height();
     });
     dispatch.advance(NotchPanelController::settleTime);
-    if (!isThere || !drawUntil([&] { return isSettled(&content); }))
+    if (!isThere || !eventually([&] { return isSettled(content); }))
         return false;
     QImage shot = panel.grabWindow();
     // It says to be opaque, and is not.

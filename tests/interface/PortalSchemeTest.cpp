@@ -1,9 +1,10 @@
 #include "BeaconryKit/interface/theme/linux/PortalScheme.h"
 
+#include "tests/support/Eventually.h"
+
 #include <QDBusMessage>
 #include <QDBusVirtualObject>
 #include <QProcess>
-#include <QTest>
 #include <gtest/gtest.h>
 
 namespace pelorin {
@@ -69,7 +70,7 @@ protected:
     }
 
     static bool becomes(const PortalScheme& scheme, Scheme expected) {
-        return QTest::qWaitFor([&] { return scheme.scheme() == expected; }, 10'000);
+        return eventually([&] { return scheme.scheme() == expected; });
     }
 
     FakePortal portal;
@@ -92,7 +93,7 @@ TEST_F(PortalSchemeTest, ReadsTheScheme) {
 TEST_F(PortalSchemeTest, FollowsTheScheme) {
     startPortal(0);
     const PortalScheme scheme(clientBus());
-    EXPECT_TRUE(QTest::qWaitFor([&] { return portal.reads == 1; }, 10'000));
+    EXPECT_TRUE(eventually([&] { return portal.reads == 1; }));
     announce(QStringLiteral("org.freedesktop.appearance"), 1);
     EXPECT_TRUE(becomes(scheme, Scheme::dark));
     announce(QStringLiteral("something.else"), 2);

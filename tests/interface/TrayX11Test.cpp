@@ -1,6 +1,7 @@
 // The status item in a real tray of the older protocol on a real X server; run-under-x11.sh provides the server. The
 // mouse is the server's.
 
+#include "tests/support/Eventually.h"
 #include "tests/support/TestProcess.h"
 #include "tests/support/tray/StatusNotifierHost.h"
 #include "tests/support/tray/TestBus.h"
@@ -15,7 +16,6 @@
 #include <QProcess>
 #include <QScreen>
 #include <QTemporaryDir>
-#include <QTest>
 #include <gtest/gtest.h>
 #include <qguiapplication_platform.h>
 
@@ -28,10 +28,6 @@ namespace {
 
 // The toolkit looks for it once, when the application starts.
 std::optional<TestBus> sessionBus;
-
-bool eventually(const std::function<bool()>& predicate) {
-    return QTest::qWaitFor(predicate, 15'000);
-}
 
 QString xdotool(const QStringList& arguments) {
     QProcess process;

@@ -1,6 +1,6 @@
 #include "BeaconryKit/platform/WhileAlive.h"
 
-#include "tests/support/EventLoop.h"
+#include "tests/support/Eventually.h"
 #include "tests/support/ManualDispatch.h"
 
 #include "BeaconryKit/platform/Dispatch.h"

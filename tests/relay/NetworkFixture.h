@@ -1,6 +1,6 @@
 #pragma once
 
-#include "tests/support/EventLoop.h"
+#include "tests/support/Eventually.h"
 #include "tests/support/relay/TestCertificates.h"
 #include "tests/support/relay/TestRelay.h"
 

@@ -1,6 +1,6 @@
 #include "tests/support/tray/TestBus.h"
 
-#include "tests/support/EventLoop.h"
+#include "tests/support/Eventually.h"
 
 #include <QDBusPendingCall>
 #include <gtest/gtest.h>

@@ -5,7 +5,7 @@
 #include <QSGRendererInterface>
 #include <QtPlugin>
 
-// Made by the build. A static library's own registrations run only when something refers to them.
+// The build generates it. A static library registers its types only when something refers to this function.
 extern void qml_register_types_Pelorin();
 
 static void registerModule() {

@@ -3,6 +3,7 @@
 #include "tests/interface/SampleAsks.h"
 
 #include "BeaconryKit/interface/asks/SourceStyle.h"
+#include "BeaconryKit/service/AskStore.h"
 
 #include <QAbstractItemModelTester>
 #include <QColor>

@@ -1,6 +1,8 @@
 #include "tests/relay/NetworkFixture.h"
 #include "tests/support/LogCapture.h"
 
+#include <QTimer>
+
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <sys/socket.h>

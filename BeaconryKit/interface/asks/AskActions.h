@@ -36,7 +36,7 @@ public:
 
     Q_INVOKABLE void setDraft(const QString& askId, const QString& draft);
 
-    /// Where the row stands, in pixels from any fixed point that the user's own scrolling moves along.
+    /// Notes where the row stands, in pixels from any fixed point. The user's own scrolling changes no place.
     Q_INVOKABLE void noteRowPlace(const QString& askId, double place);
 
 signals:

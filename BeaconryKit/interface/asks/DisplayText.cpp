@@ -20,8 +20,8 @@ bool isLineBreak(char16_t unit) {
 QString cut(const QString& text, qsizetype limit) {
     if (text.size() <= limit)
         return text;
-    // A boundary search looks at everything that it is given, so it is given only what matters: one whole code point
-    // beyond the limit tells whether a character goes on there.
+    // The boundary search reads its whole input, so it gets no more than it needs: one whole code point beyond the
+    // limit tells whether a character goes on there.
     const QString head = text.left(limit + 2);
     QTextBoundaryFinder finder(QTextBoundaryFinder::Grapheme, head);
     finder.setPosition(limit);

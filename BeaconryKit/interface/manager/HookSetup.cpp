@@ -75,7 +75,7 @@ void HookSetup::hooksRemoved(const Outcome& error) {
 }
 
 void HookSetup::launchAgentRemoved(const Outcome& hooksError, const Outcome& error) {
-    // That the hooks are still there must not be forgotten over a start at login that is gone.
+    // A failure to remove the hooks is told even when the start at login was removed.
     const Outcome all = hooksError && error ? *hooksError + u'\n' + *error : hooksError ? hooksError : error;
     tell(QStringLiteral("Removed the Claude Code hooks and login auto-start."), all);
     finish();

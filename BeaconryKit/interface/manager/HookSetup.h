@@ -32,7 +32,7 @@ class HookSetup final : public QObject {
     QML_UNCREATABLE("The facade owns it")
 
     Q_PROPERTY(bool isInstalled READ isInstalled NOTIFY changed FINAL)
-    /// Whether a script is running or about to.
+    /// Whether a script runs or is about to.
     Q_PROPERTY(bool isBusy READ isBusy NOTIFY changed FINAL)
     Q_PROPERTY(bool isInstalling READ isInstalling NOTIFY changed FINAL)
     /// Whether the last installation failed.
@@ -59,7 +59,7 @@ public:
     /// Reads anew what is installed.
     void refresh();
 
-    /// Both do nothing while either is under way.
+    /// Installing and uninstalling do nothing while either is under way.
     Q_INVOKABLE void install();
     Q_INVOKABLE void uninstall();
     /// Has the user asked first whether to uninstall.

@@ -13,7 +13,7 @@ public:
     explicit ManagerWindow(QQmlEngine* engine);
 
 signals:
-    /// The user holds down the key that reaches controls by a letter of theirs, or has let it go.
+    /// The user has pressed or released Alt, the key that reaches controls by their letters.
     void mnemonicKeyChanged(bool isDown);
 
 protected:

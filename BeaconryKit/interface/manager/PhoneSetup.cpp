@@ -87,7 +87,7 @@ void PhoneSetup::removePhone(const QString& phoneId) {
     setBeingRemoved(phoneId, true);
     m_relay.removeDevice(phoneId, m_loadedConfig.url, m_loadedConfig.token,
                          whileAlive(this, [phoneId](PhoneSetup& self, RelayClient::Removal) {
-                             // Whether the phone is gone is the relay's to tell, not a lost answer's.
+                             // The answer may be lost. Only the relay's list tells whether the phone is gone.
                              self.setBeingRemoved(phoneId, false);
                              self.loadPhones();
                          }));

@@ -43,12 +43,12 @@ public:
     QString phonesTitle() const;
     bool isLoading() const { return m_isLoading; }
 
-    /// Asks for a fresh token and stores it. Nothing while that is under way. An address or a token that the user has
-    /// typed meanwhile stays.
+    /// Asks for a fresh token and stores it. Does nothing while that is under way. An address or a token that the user
+    /// has typed meanwhile stays.
     Q_INVOKABLE void regenerateToken();
     /// Asks the relay for the phones.
     Q_INVOKABLE void loadPhones();
-    /// As `loadPhones`, if the list shown is that of another address or token.
+    /// Loads the phones if the list shown belongs to another address or token.
     Q_INVOKABLE void loadPhonesOfNewConfig();
     /// Takes the phone off the list, and loads the list anew.
     Q_INVOKABLE void removePhone(const QString& phoneId);

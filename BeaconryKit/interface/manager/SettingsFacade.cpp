@@ -37,7 +37,7 @@ void SettingsFacade::setDecisionWaitSeconds(int seconds) {
 }
 
 int SettingsFacade::autoDismissSeconds() const {
-    // The store bounds it on neither side.
+    // The settings bound it on neither side.
     return static_cast<int>(
         std::clamp<qint64>(m_settings.notificationAutoDismissSeconds(), 0, std::numeric_limits<int>::max()));
 }

@@ -6,7 +6,7 @@
 
 namespace pelorin {
 
-/// Whether the user wants dark windows, where the desktop says so by other means than its palette. Main thread.
+/// Whether the user wants dark windows, as the desktop says it apart from its palette. Main thread.
 class DesktopScheme : public QObject {
     Q_OBJECT
 
@@ -18,7 +18,7 @@ public:
         light
     };
 
-    /// That of the desktop that this process runs on. It may take a moment to be found out.
+    /// The scheme of this process's desktop. It is `unspecified` until the desktop has answered.
     static std::unique_ptr<DesktopScheme> ofDesktop();
 
     Scheme scheme() const { return m_scheme; }

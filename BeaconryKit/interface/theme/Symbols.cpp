@@ -56,7 +56,7 @@ QPainterPath stroked(const QPainterPath& path, qreal width) {
     stroker.setWidth(width);
     stroker.setCapStyle(Qt::RoundCap);
     stroker.setJoinStyle(Qt::RoundJoin);
-    // The default threshold is meant for drawing at one unit a pixel; ours are scaled up.
+    // The default threshold suits one unit a pixel. Our outlines are scaled up.
     stroker.setCurveThreshold(0.02);
     return stroker.createStroke(path).simplified();
 }

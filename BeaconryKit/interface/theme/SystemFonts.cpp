@@ -15,7 +15,7 @@ QString SystemFonts::textFamily() const {
 }
 
 double SystemFonts::textSize() const {
-    // The font itself may be given in pixels; what was found for it always knows its points.
+    // The font may have its size in pixels. Its QFontInfo always knows the size in points.
     return QFontInfo(QGuiApplication::font()).pointSizeF();
 }
 

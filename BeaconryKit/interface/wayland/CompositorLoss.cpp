@@ -17,7 +17,7 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr const char* countVariable = "PELORIN_COMPOSITOR_LOSSES";
-// A compositor that crashes on what it is asked for would do so for ever.
+// A compositor that crashes on our requests would crash again after every start.
 constexpr int mostLosses = 5;
 constexpr auto returnLimit = 5s;
 constexpr auto askInterval = 50ms;
@@ -38,7 +38,7 @@ void startAgain() {
     ::execv("/proc/self/exe", programArguments);
 }
 
-// The toolkit ends the process on the spot; a line that it prints before is all it says to anybody.
+// The toolkit ends the process on the spot. A line that it prints before is the only notice.
 void hearMessage(QtMsgType type, const QMessageLogContext& context, const QString& message) {
     nextHandler(type, context, message);
     if (type == QtWarningMsg && message.startsWith(QLatin1String("The Wayland connection broke")))

@@ -15,7 +15,7 @@ bool hasChosenInputMethod = false;
 } // namespace
 
 std::optional<WaylandOffer> askForCompositor() {
-    // A connection that was handed down serves once: the toolkit needs it.
+    // An inherited connection can be used only once, and the toolkit needs it.
     if (qEnvironmentVariableIsSet("WAYLAND_SOCKET"))
         return WaylandOffer{.layerShell = false, .seat = true};
     return askWaylandCompositor(waylandSocketPath(qgetenv("WAYLAND_DISPLAY"), qgetenv("XDG_RUNTIME_DIR")));
@@ -34,7 +34,7 @@ QByteArrayList windowingSystems(bool offersX11, const std::optional<WaylandOffer
 }
 
 void chooseWindowingSystem() {
-    // Without it the toolkit gives the panel's surface the role of a window, and a surface has only one in its life.
+    // Without it the toolkit gives the panel's surface the role of a window. A surface never changes its role.
     qputenv("QT_WAYLAND_USE_BYPASSWINDOWMANAGERHINT", "1");
     const std::optional<WaylandOffer> wayland = askForCompositor();
     // The toolkit's input method for Wayland crashes where there is nothing to type with.

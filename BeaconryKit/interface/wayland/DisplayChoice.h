@@ -8,9 +8,9 @@
 
 namespace pelorin {
 
-/// The toolkit's names of the windowing systems to try, the best first: Wayland where the panel can hang over
-/// everything there; else X11, where it always can, be it the compositor's own X server; else what there is. The last
-/// is the one without any display, so that starting never fails for the want of one.
+/// The toolkit's names of the windowing systems to try, the best first. Wayland comes first where the panel can hang
+/// over everything there. Else X11 does, where the panel always can; the compositor's own X server counts too. The last
+/// one needs no display, so that the program always starts.
 QByteArrayList windowingSystems(bool offersX11, const std::optional<WaylandOffer>& wayland);
 
 /// Chooses by the environment, and prepares the environment for the toolkit. To be called before the application object

@@ -41,7 +41,7 @@ const wl_callback_listener endListener{.done = [](void* data, wl_callback*, std:
     static_cast<Answer*>(data)->isComplete = true;
 }};
 
-// The library's own way to connect waits for as long as a compositor that hangs.
+// The library's own way to connect waits without a limit for a compositor that hangs.
 Connection connectWithoutWaiting(const QByteArray& path) {
     sockaddr_un address{.sun_family = AF_UNIX, .sun_path = {}};
     if (path.isEmpty() || static_cast<std::size_t>(path.size()) >= sizeof address.sun_path)

@@ -30,7 +30,7 @@ const wl_registry_listener bindingListener{.global = bindIfWanted,
 } // namespace
 
 void* bindWaylandGlobal(wl_display* connection, const wl_interface* interface) {
-    // A queue of its own: waiting here is no occasion for others' events.
+    // A queue of its own: waiting here must not handle the events of others.
     wl_event_queue* queue = wl_display_create_queue(connection);
     auto* wrapper = static_cast<wl_display*>(wl_proxy_create_wrapper(connection));
     wl_proxy_set_queue(reinterpret_cast<wl_proxy*>(wrapper), queue);

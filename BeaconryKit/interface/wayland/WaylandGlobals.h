@@ -5,9 +5,9 @@ struct wl_interface;
 
 namespace pelorin {
 
-/// Binds what a Wayland compositor offers under the interface's name, in the interface's version or the older one that
-/// the compositor has; null when it offers no such thing, or the connection is broken. Waits for the compositor. What
-/// is bound reports on the connection's main queue.
+/// Binds the compositor's global of that interface, in the interface's version or in the compositor's if that is older.
+/// Null when the compositor has no such global, or the connection is broken. Waits for the compositor. The bound object
+/// reports on the connection's main queue.
 void* bindWaylandGlobal(wl_display* connection, const wl_interface* interface);
 
 } // namespace pelorin

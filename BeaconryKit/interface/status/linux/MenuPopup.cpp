@@ -123,7 +123,7 @@ void MenuPopup::exposeEvent(QExposeEvent* event) {
         takeInput(true);
 }
 
-// Only X11 has such trays, and only there a window may take all that the user does.
+// Only X11 has such trays, and only there a window may grab mouse and keyboard.
 void MenuPopup::takeInput(bool takes) {
     if (QGuiApplication::platformName() != u"xcb")
         return;
@@ -248,7 +248,7 @@ void MenuPopup::mousePressEvent(QMouseEvent* event) {
         finish();
 }
 
-// The button that opened the menu may be let go over an item: that is no choice.
+// Releasing the button that opened the menu over an item chooses nothing.
 void MenuPopup::mouseReleaseEvent(QMouseEvent* event) {
     const auto row = rowAt(event->position().toPoint());
     if (std::exchange(m_pressedInside, false) && row)

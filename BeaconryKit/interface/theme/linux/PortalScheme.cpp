@@ -24,7 +24,7 @@ PortalScheme::PortalScheme(const QDBusConnection& bus) {
     QDBusConnection connection = bus;
     if (!connection.isConnected())
         return;
-    // Slots are found by the names of their parameters' types, and nothing else may have named this one yet.
+    // The bus finds the slot by its parameters' type names. Nothing else may have registered this one yet.
     qRegisterMetaType<QDBusVariant>();
     connection.connect(service, path, interface, QStringLiteral("SettingChanged"), this,
                        SLOT(settingChanged(QString, QString, QDBusVariant)));
@@ -34,7 +34,7 @@ PortalScheme::PortalScheme(const QDBusConnection& bus) {
     connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, watcher] {
         watcher->deleteLater();
         const QDBusPendingReply<QVariant> reply = *watcher;
-        // The toolkit may hand over a change before the older reply.
+        // A change may arrive before this reply, which is older and then counts no more.
         if (!reply.isError() && !m_wasTold)
             take(reply.value());
     });
@@ -48,7 +48,7 @@ void PortalScheme::settingChanged(const QString& group, const QString& key, cons
 }
 
 void PortalScheme::take(const QVariant& value) {
-    // Portals put the value into another one, or don't.
+    // Some portals wrap the value in a second variant.
     const QVariant plain = value.canConvert<QDBusVariant>() ? value.value<QDBusVariant>().variant() : value;
     switch (plain.toUInt()) {
     case prefersDark:

@@ -1,5 +1,7 @@
 #include "BeaconryBase/ObjectScanner.h"
 
+#include <algorithm>
+
 namespace pelorin {
 
 namespace {
@@ -16,6 +18,14 @@ bool isHexDigit(char byte) {
     return isDigit(byte) || (byte >= 'a' && byte <= 'f') || (byte >= 'A' && byte <= 'F');
 }
 
+bool isControl(char byte) {
+    return static_cast<unsigned char>(byte) < 0x20;
+}
+
+bool mattersInString(char byte) {
+    return byte == '"' || byte == '\\' || isControl(byte);
+}
+
 } // namespace
 
 ObjectScanner::Progress ObjectScanner::feed(std::string_view bytes) {
@@ -23,10 +33,10 @@ ObjectScanner::Progress ObjectScanner::feed(std::string_view bytes) {
     while (m_progress == Progress::incomplete && position < bytes.size()) {
         if (m_state == State::inString) {
             // Nearly all bytes of a large payload are passed over here.
-            const std::size_t next = bytes.find_first_of("\"\\", position);
-            const std::size_t end = next == std::string_view::npos ? bytes.size() : next;
-            m_consumed += end - position;
-            position = end;
+            const std::size_t start = position;
+            while (position < bytes.size() && !mattersInString(bytes[position]))
+                ++position;
+            m_consumed += position - start;
             if (position == bytes.size())
                 break;
         }
@@ -83,6 +93,8 @@ void ObjectScanner::take(char byte) {
             m_state = State::inEscape;
         else if (byte == '"')
             m_state = m_stringRole == StringRole::name ? State::afterName : State::afterValue;
+        else if (isControl(byte) && !m_rawControl)
+            m_rawControl = m_consumed - 1;
         return;
     case State::inEscape:
         m_state = State::inString;
@@ -160,6 +172,7 @@ void ObjectScanner::open(char bracket, State inside) {
         return;
     }
     m_openBrackets.push_back(bracket);
+    m_deepest = std::max(m_deepest, m_openBrackets.size());
     m_state = inside;
 }
 

@@ -316,21 +316,21 @@ bool keepCopy(const std::string& path, const Found& found, const std::string& li
            placeNew(sibling, path) != Placing::failed;
 }
 
-Placing place(const std::string& path, const Found& found, const DesiredFile& wish) {
-    if (found.state.text && !keepCopy(wish.copyPath, found, path))
+Placing place(const std::string& path, const Found& found, const DesiredFile& desired) {
+    if (found.state.text && !keepCopy(desired.copyPath, found, path))
         return Placing::failed;
-    if (!wish.text) {
+    if (!desired.text) {
         const Placing placing = takeAway(path, *found.state.text);
         if (placing == Placing::done)
-            removeFolders(path, wish.foldersToRemove);
+            removeFolders(path, desired.foldersToRemove);
         return placing;
     }
     SiblingFile sibling(path);
-    if (!sibling.isOpen() || !sibling.fill(*wish.text, found.state.text ? &found.status : nullptr, path))
+    if (!sibling.isOpen() || !sibling.fill(*desired.text, found.state.text ? &found.status : nullptr, path))
         return Placing::failed;
     if (!found.state.text)
         return placeNew(sibling, path);
-    return exchangeWith(sibling, path, *found.state.text, *wish.text);
+    return exchangeWith(sibling, path, *found.state.text, *desired.text);
 }
 
 } // namespace
@@ -353,10 +353,10 @@ tl::expected<FileChange, std::string> editFile(const std::string& path, const Fi
     std::size_t madeFolders = 0;
     for (int attempt = 0; attempt < attemptLimit; ++attempt) {
         if (const auto state = look(*end); state && !state->state.text && state->state.missingFolders > 0) {
-            const auto wish = edit(state->state);
-            if (!wish)
-                return Failure(wish.error());
-            if (!wish->text)
+            const auto desired = edit(state->state);
+            if (!desired)
+                return Failure(desired.error());
+            if (!desired->text)
                 return FileChange{state->state, std::nullopt};
             if (!makeFolders(*end))
                 return systemFailure(folderOf(*end));
@@ -370,16 +370,16 @@ tl::expected<FileChange, std::string> editFile(const std::string& path, const Fi
             return Failure(std::move(found.error()));
         if (!found->state.text)
             found->state.missingFolders = madeFolders;
-        const auto wish = edit(found->state);
-        if (!wish)
-            return Failure(wish.error());
-        FileChange change{found->state, wish->text};
+        const auto desired = edit(found->state);
+        if (!desired)
+            return Failure(desired.error());
+        FileChange change{found->state, desired->text};
         if (!change.isChange())
             return change;
         if (const auto isWritable = checkWritable(*end, *found); !isWritable)
             return Failure(isWritable.error());
         const ScopedSignalBlock held;
-        switch (place(*end, *found, *wish)) {
+        switch (place(*end, *found, *desired)) {
         case Placing::done:
             fsync(lock->number());
             return change;

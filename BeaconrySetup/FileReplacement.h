@@ -26,17 +26,19 @@ struct FileState {
     bool operator==(const FileState&) const = default;
 };
 
-/// What is to stand there. Without text there is to be no file; that many folders above it go with it, if they are
-/// empty then.
+/// What is to stand at a path.
 struct DesiredFile {
+    /// The file's text. Nothing removes the file.
     std::optional<std::string> text;
+    /// How many of the folders above a removed file go with it. Only empty folders go.
     std::size_t foldersToRemove = 0;
-    /// Where to keep what stands there now, with the same mode and owner, unless a file stands there already. Empty for
-    /// nowhere.
+    /// The old file is copied here first, with its mode and owner. A file that exists here already is kept. Empty for
+    /// no copy.
     std::string copyPath = {};
 };
 
-/// Decides, from what stands at the path, what is to stand there. Called again when that changes meanwhile.
+/// Makes the desired file out of what stands at the path. It is called again when another program changes that
+/// meanwhile.
 using FileEdit = std::function<tl::expected<DesiredFile, std::string>(const FileState& state)>;
 
 /// What an edit has come to.
@@ -50,10 +52,10 @@ struct FileChange {
 /// Reads what stands at the path, at the end of all links.
 tl::expected<FileState, std::string> readFile(const std::string& path);
 
-/// Writes what the edit wants, at the end of all links: beside the file, and then in its place, so that nobody ever
-/// reads half a file. Keeps owner, mode and extended attributes. Missing folders are made. Among those who use this,
-/// one at a time works on the files of a folder. What another program writes meanwhile is not lost: the edit is then
-/// made again, upon that. Nothing is written when the edit changes nothing.
+/// Writes what the edit wants, at the end of all links. The new text is written beside the file and then takes its
+/// place, so that nobody ever reads half a file. Owner, mode and extended attributes are kept. Missing folders are
+/// made. A lock on the folder lets one user of this function work at a time. When another program writes meanwhile, the
+/// edit is made again upon what that has written. Nothing is written when the edit changes nothing.
 tl::expected<FileChange, std::string> editFile(const std::string& path, const FileEdit& edit);
 
 } // namespace pelorin::setup

@@ -30,13 +30,11 @@ std::string grammarFault(std::string_view text, std::size_t position) {
     return place + " is not JSON";
 }
 
-std::optional<std::string> doubledName(std::string_view value, std::size_t depth) {
-    if (depth > settingsDepthLimit)
-        return "it is nested too deeply";
+std::optional<std::string> doubledName(std::string_view value) {
     if (value.starts_with('[')) {
         JsonElementReader elements(value);
         while (const auto element = elements.next()) {
-            if (auto fault = doubledName(*element, depth + 1))
+            if (auto fault = doubledName(*element))
                 return fault;
         }
     }
@@ -44,7 +42,7 @@ std::optional<std::string> doubledName(std::string_view value, std::size_t depth
     JsonMemberReader members(value);
     while (const auto member = members.next()) {
         names.push_back(decodedJsonString(member->name));
-        if (auto fault = doubledName(member->value, depth + 1))
+        if (auto fault = doubledName(member->value))
             return fault;
     }
     std::sort(names.begin(), names.end());
@@ -85,15 +83,11 @@ std::optional<std::string> faultOf(std::string_view text) {
             return grammarFault(text, behind);
         return atLine(text, behind) + " stands behind the end of the object";
     }
-    // The scanner lets raw control characters in strings pass.
-    std::string repaired;
-    appendRepaired(repaired, text);
-    if (repaired != text) {
-        const auto difference = std::mismatch(text.begin(), text.end(), repaired.begin(), repaired.end());
-        return atLine(text, static_cast<std::size_t>(difference.first - text.begin())) +
-               " holds a control character inside a string";
-    }
-    return doubledName(text.substr(start, scanner.consumed() - start), 1);
+    if (const auto control = scanner.rawControl())
+        return atLine(text, *control) + " holds a control character inside a string";
+    if (scanner.deepest() > settingsDepthLimit)
+        return "it is nested too deeply";
+    return doubledName(text.substr(start, scanner.consumed() - start));
 }
 
 } // namespace pelorin::setup

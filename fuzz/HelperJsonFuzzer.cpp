@@ -32,6 +32,8 @@ void requireSameScan(std::string_view input, std::size_t cut, const ObjectScanne
     inPieces.feed(input.substr(cut));
     require(inPieces.progress() == whole.progress());
     require(inPieces.consumed() == whole.consumed());
+    require(inPieces.deepest() == whole.deepest());
+    require(inPieces.rawControl() == whole.rawControl());
 }
 
 void requireOneObject(std::string_view text) {
@@ -43,6 +45,10 @@ void requireOneObject(std::string_view text) {
 // Nothing raw in strings: no control character but the white space between values, and valid UTF-8, which repairing it
 // once more would leave alone.
 void requireClean(std::string_view text) {
+    ObjectScanner scanner;
+    scanner.feed(text);
+    require(!scanner.rawControl());
+    require(isUtf8(text));
     std::string again;
     appendRepaired(again, text);
     require(again == text);

@@ -176,6 +176,37 @@ TEST(ObjectScanner, TakesNestingUpToTheLimit) {
     EXPECT_EQ(scan(wide), complete(wide));
 }
 
+TEST(ObjectScanner, TellsHowDeepTheObjectIs) {
+    const auto depthOf = [](std::string_view text) {
+        ObjectScanner scanner;
+        scanner.feed(text);
+        return scanner.deepest();
+    };
+    EXPECT_EQ(depthOf(" "), 0U);
+    EXPECT_EQ(depthOf("{}"), 1U);
+    EXPECT_EQ(depthOf(R"({"a":[{}],"b":{},"c":"[[[["})"), 3U);
+    EXPECT_EQ(depthOf(nested(ObjectScanner::maximumDepth, '[', ']')), ObjectScanner::maximumDepth);
+}
+
+TEST(ObjectScanner, TellsWhereAStringFirstHoldsARawControlCharacter) {
+    const std::pair<std::string, std::optional<std::size_t>> table[] = {
+        {"\n{\n\t\"a\":\t\"b\"\r\n}\n", std::nullopt},
+        {R"({"a":"\n\u0001"})", std::nullopt},
+        {"{\"a\":\"\x7f\x80\xff\"}", std::nullopt},
+        {"{\"a\n\":\"\t\"}", 3},
+        {"{\"a\":\"b\\\"\x1f\"}", 9},
+        {"{\"a\":\"\0\"}"s, 6},
+    };
+    for (const auto& [text, position] : table) {
+        for (std::size_t cut = 0; cut <= text.size(); ++cut) {
+            ObjectScanner scanner;
+            scanner.feed(std::string_view(text).substr(0, cut));
+            scanner.feed(std::string_view(text).substr(cut));
+            EXPECT_EQ(scanner.rawControl(), position) << text << " cut at " << cut;
+        }
+    }
+}
+
 TEST(ObjectScanner, PassesOverHugeStrings) {
     const std::string huge = R"({"a":")" + std::string(3'000'000, 'x') + R"(","b":1})";
     EXPECT_EQ(scan(huge), complete(huge));

@@ -1,8 +1,8 @@
 #include "BeaconrySetup/Setup.h"
 
 #include "BeaconrySetup/FileReplacement.h"
-#include "BeaconrySetup/LineDifference.h"
 #include "BeaconrySetup/SettingsEdit.h"
+#include "BeaconrySetup/UnifiedDifference.h"
 
 #include <optional>
 #include <unistd.h>
@@ -150,12 +150,10 @@ private:
             return failure(wish.error());
         if (wish->text == state->text)
             return success("nothing would change.");
-        const std::string difference =
-            lineDifference(state->text.value_or(std::string()), wish->text.value_or(std::string()));
         const std::string event = !state->text  ? " would be made:\n"
                                   : !wish->text ? " would be removed:\n"
                                                 : " would change:\n";
-        Report report = success(m_path + event + difference);
+        Report report = success(m_path + event + unifiedDifference(m_path, state->text, wish->text));
         report.text.pop_back();
         return report;
     }

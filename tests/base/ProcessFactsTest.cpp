@@ -87,8 +87,8 @@ TEST(ParseProcessStat, LeavesTheTerminalEmptyWhereThereIsNone) {
 }
 
 TEST(ParseProcessStat, RefusesWhatIsCutShort) {
-    for (const std::string_view text :
-         {"", "1", "1 (a", "1 (a)", "1 (a) S", "1 (a) S 2", "1 (a) S 2 3 4", "1 (a) S x 3 4 5", "1 (a) S 2 3 x 5", "1 (a) S 2 3 4 x"})
+    for (const std::string_view text : {"", "1", "1 (a", "1 (a)", "1 (a) S", "1 (a) S 2", "1 (a) S 2 3 4",
+                                        "1 (a) S x 3 4 5", "1 (a) S 2 3 x 5", "1 (a) S 2 3 4 x"})
         EXPECT_FALSE(parseProcessStat(text)) << text;
 }
 

@@ -369,19 +369,25 @@ TEST_F(SetupProgram, OnlyShowsWhatItWouldDo) {
         return result.output;
     };
     EXPECT_EQ(rehearse("uninstall"), "Claude Code: nothing would change.\n");
-    EXPECT_THAT(rehearse("install"), StartsWith("Claude Code: " + settings().string() + " would be made:\n+ {\n"));
+    EXPECT_THAT(rehearse("install"),
+                StartsWith("Claude Code: " + settings().string() + " would be made:\n--- /dev/null\n+++ " +
+                           settings().string() + "\n@@ "));
+    EXPECT_THAT(rehearse("install"), HasSubstr(" @@\n+{\n+  \"hooks\": {\n"));
     EXPECT_THAT(filesAtHome(), IsEmpty());
     const std::string original = "{\n  \"model\": \"opus\",\n  \"env\": {}\n}\n";
     write(settings(), original);
     const std::string difference = rehearse("install");
-    EXPECT_THAT(difference, StartsWith("Claude Code: " + settings().string() +
-                                       " would change:\n-   \"env\": {}\n+   \"env\": {},\n+   \"hooks\": {\n"));
-    EXPECT_THAT(difference, testing::Not(HasSubstr("model")));
+    EXPECT_THAT(difference, StartsWith("Claude Code: " + settings().string() + " would change:\n--- " +
+                                       settings().string() + "\n+++ " + settings().string() + "\n@@ -1,4 +1,"));
+    // What stays is shown as staying.
+    EXPECT_THAT(difference,
+                HasSubstr(" @@\n {\n   \"model\": \"opus\",\n-  \"env\": {}\n+  \"env\": {},\n+  \"hooks\": {\n"));
+    EXPECT_THAT(difference, EndsWith("\n+  }\n }\n"));
     EXPECT_EQ(textOf(settings()), original);
     EXPECT_THAT(filesAtHome(), ElementsAre(".claude", ".claude/settings.json"));
     claude("install");
     EXPECT_EQ(rehearse("install"), "Claude Code: nothing would change.\n");
-    EXPECT_THAT(rehearse("uninstall"), EndsWith("+   \"env\": {}\n"));
+    EXPECT_THAT(rehearse("uninstall"), EndsWith("\n+  \"env\": {}\n }\n"));
 }
 
 TEST_F(SetupProgram, SaysThatAFileIsReadOnly) {

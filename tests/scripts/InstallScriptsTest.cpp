@@ -126,12 +126,14 @@ TEST_F(InstalledScripts, TakeAwayOnlyWhatIsNamed) {
 TEST_F(InstalledScripts, OnlyShowWhatTheyWouldDo) {
     const Result result = install({"--dry-run"});
     EXPECT_EQ(result.exit, exited(0));
-    EXPECT_THAT(result.output, StartsWith("Claude Code: " + settings().string() + " would be made:\n+ {\n"));
+    EXPECT_THAT(result.output,
+                StartsWith("Claude Code: " + settings().string() + " would be made:\n--- /dev/null\n+++ "));
     EXPECT_THAT(filesBelow(home()), IsEmpty());
     install({});
     const std::string text = textOf(settings());
     EXPECT_THAT(uninstall({"--dry-run"}).output,
-                HasSubstr("Claude Code: " + settings().string() + " would be removed:\n- {\n"));
+                HasSubstr("Claude Code: " + settings().string() + " would be removed:\n--- " + settings().string() +
+                          "\n+++ /dev/null\n"));
     EXPECT_EQ(textOf(settings()), text);
 }
 
@@ -197,7 +199,7 @@ TEST_F(InstalledScripts, WireWhatIsThere) {
                 AllOf(HasSubstr("Claude Code: installed in "), HasSubstr("Codex: installed in "),
                       HasSubstr("Gemini: installed in "), HasSubstr("opencode: installed in "),
                       HasSubstr("Cursor: installed in "), HasSubstr("Start at login: not installed.\n")));
-    EXPECT_THAT(install({"--all", "--dry-run"}).output, Not(HasSubstr("+ ")));
+    EXPECT_THAT(install({"--all", "--dry-run"}).output, Not(HasSubstr("+++ ")));
     uninstall({});
     EXPECT_EQ(filesBelow(home()), before);
     EXPECT_EQ(textOf(home() / ".codex/hooks.json"), "{\"hooks\": {\"Stop\": []}}");

@@ -2,6 +2,8 @@
 # shellcheck shell=bash
 
 all_clis=(claude codex gemini opencode cursor)
+# What every run of the program that edits the settings is told.
+options=()
 
 say() { printf '%s\n' "$*"; }
 
@@ -40,8 +42,9 @@ find_hook_program() {
     return 1
 }
 
-# Sets `setup` to the program that edits the settings.
+# Sets `hooks`, `root`, and `setup` to the program that edits the settings.
 find_setup() {
+    find_hooks "$1"
     setup=${PELORIN_HOOK_SETUP:-}
     if [ -n "$setup" ] || setup=$(find_hook_program pelorin-hook-setup); then
         return
@@ -93,4 +96,24 @@ need_cli() {
         complain "--cli needs one of: ${all_clis[*]}"
         exit 2
     fi
+}
+
+# An option that both scripts have, or the end. `usage` is the script's own.
+take_shared_option() {
+    case $1 in
+    --dry-run) options=(--dry-run) ;;
+    --help)
+        usage
+        exit 0
+        ;;
+    *)
+        usage >&2
+        exit 2
+        ;;
+    esac
+}
+
+# Runs the program that edits the settings: run_setup ACTION TARGET [OPTION...].
+run_setup() {
+    "$setup" "$@" --hooks "$hooks" ${options[@]+"${options[@]}"}
 }

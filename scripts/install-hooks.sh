@@ -29,7 +29,6 @@ action=install
 clis=()
 with_all=no
 with_login=no
-options=()
 gemini_options=()
 while [ $# -gt 0 ]; do
     case $1 in
@@ -42,21 +41,12 @@ while [ $# -gt 0 ]; do
     --login) with_login=yes ;;
     --tool-questions) gemini_options=(--tool-questions) ;;
     --status) action=status ;;
-    --dry-run) options=(--dry-run) ;;
-    --help)
-        usage
-        exit 0
-        ;;
-    *)
-        usage >&2
-        exit 2
-        ;;
+    *) take_shared_option "$1" ;;
     esac
     shift
 done
 
-find_hooks "$here"
-find_setup
+find_setup "$here"
 
 if [ $with_all = yes ] || { [ $action = status ] && [ ${#clis[@]} -eq 0 ]; }; then
     clis=("${all_clis[@]}")
@@ -70,22 +60,22 @@ for cli in "${clis[@]}"; do
         say "$cli: not found on this machine, and left out. --cli $cli wires it all the same."
         continue
     fi
-    arguments=("$cli" --hooks "$hooks" ${options[@]+"${options[@]}"})
+    own_options=()
     if [ "$cli" = gemini ]; then
-        arguments+=(${gemini_options[@]+"${gemini_options[@]}"})
+        own_options=(${gemini_options[@]+"${gemini_options[@]}"})
     fi
-    "$setup" "$action" "${arguments[@]}" || result=1
+    run_setup "$action" "$cli" ${own_options[@]+"${own_options[@]}"} || result=1
 done
 
 if [ $with_login = yes ] || [ $action = status ]; then
-    arguments=(login ${options[@]+"${options[@]}"})
+    own_options=()
     if program=$(find_program); then
-        arguments+=(--program "$program")
+        own_options=(--program "$program")
     elif [ $action = install ]; then
         complain "Start at login: Pelorin itself is not there. In a checkout, ./dev build makes it."
         exit 1
     fi
-    "$setup" "$action" "${arguments[@]}" || result=1
+    run_setup "$action" login ${own_options[@]+"${own_options[@]}"} || result=1
 fi
 
 if ! has_helper; then

@@ -25,7 +25,6 @@ esac
 
 targets=()
 with_all=no
-options=()
 while [ $# -gt 0 ]; do
     case $1 in
     --cli)
@@ -35,21 +34,12 @@ while [ $# -gt 0 ]; do
         ;;
     --login) targets+=(login) ;;
     --all) with_all=yes ;;
-    --dry-run) options=(--dry-run) ;;
-    --help)
-        usage
-        exit 0
-        ;;
-    *)
-        usage >&2
-        exit 2
-        ;;
+    *) take_shared_option "$1" ;;
     esac
     shift
 done
 
-find_hooks "$here"
-find_setup
+find_setup "$here"
 
 if [ $with_all = yes ] || [ ${#targets[@]} -eq 0 ]; then
     targets=("${all_clis[@]}" login)
@@ -57,6 +47,6 @@ fi
 
 result=0
 for target in "${targets[@]}"; do
-    "$setup" uninstall "$target" --hooks "$hooks" ${options[@]+"${options[@]}"} || result=1
+    run_setup uninstall "$target" || result=1
 done
 exit $result

@@ -76,6 +76,7 @@ TEST_F(InstalledHooks, AreTheScriptsAndTheHelper) {
     EXPECT_THAT(programsIn(hooks()), testing::UnorderedElementsAreArray(scriptNames));
     EXPECT_THAT(programsIn(hooks() / "adapters"), testing::ElementsAre("cli-hook.sh"));
     EXPECT_TRUE(fs::exists(hooks() / "adapters/opencode.mjs"));
+    EXPECT_TRUE(fs::exists(hooks() / "run-helper.sh"));
     EXPECT_THAT(programsIn(programs()), testing::UnorderedElementsAre("pelorin-hook", "pelorin-hook-setup"));
 }
 
@@ -143,6 +144,15 @@ TEST_F(InstalledHooks, RunWithoutADirectoryInTheirName) {
     EXPECT_EQ(nextRequest(listener).path, "/clear");
 }
 
+TEST_F(InstalledHooks, RunThroughALinkToTheirFolder) {
+    fs::create_directory_symlink(hooks(), programs() / "linked");
+    LoopbackListener listener;
+    const auto hook = runHook(asCommandOfACli(programs() / "linked/claude-register-hook.sh"), R"({"session_id":"s"})",
+                              listener.port());
+    expectQuietEnd(*hook);
+    EXPECT_EQ(nextRequest(listener).path, "/register");
+}
+
 TEST_F(InstalledHooks, AreNotDisturbedByTheUsersShellSettings) {
     const fs::path settings = hooks() / "noisy";
     std::ofstream(settings) << "echo noise\n";
@@ -202,6 +212,25 @@ TEST_F(InstalledHooks, AreSilentWhenTheHelperIsMissing) {
             expectQuietEnd(*hook);
         }
     }
+}
+
+TEST_F(InstalledHooks, AreSilentWhenWhatTheyShareIsMissing) {
+    const RefusingPort port;
+    const auto expectSilence = [&] {
+        for (const fs::path& script : {hooks() / "claude-permission-hook.sh", hooks() / "adapters/cli-hook.sh"}) {
+            for (const std::vector<std::string>& shell :
+                 {std::vector<std::string>{"/bin/sh"}, {"/bin/bash"}, {"/bin/bash", "--posix"}}) {
+                SCOPED_TRACE(shell.back() + " " + script.string());
+                std::vector<std::string> command = shell;
+                command.insert(command.end(), {script, "codex", "notify"});
+                expectQuietEnd(*startHook(command, port.port()));
+            }
+        }
+    };
+    fs::remove(hooks() / "run-helper.sh");
+    expectSilence();
+    fs::create_directory(hooks() / "run-helper.sh");
+    expectSilence();
 }
 
 TEST_F(InstalledHooks, AreSilentWhenTheHelperCannotBeRun) {

@@ -96,10 +96,10 @@ void measureManager() {
     waitUntilListening(Clock::now());
     std::this_thread::sleep_for(std::chrono::seconds(2));
     const int idleSeconds = repetitions(20);
-    const long before = program.mainThreadSleeps();
+    const long before = program.sleeps();
     std::this_thread::sleep_for(std::chrono::seconds(idleSeconds));
-    std::printf("idle:                  the main thread woke %ld times in %d seconds\n",
-                program.mainThreadSleeps() - before, idleSeconds);
+    std::printf("idle:                  its threads woke %ld times in %d seconds\n", program.sleeps() - before,
+                idleSeconds);
 }
 
 std::vector<double> statusLatencies(int count) {

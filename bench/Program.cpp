@@ -53,14 +53,19 @@ long Program::residentBytes() const {
     return resident * sysconf(_SC_PAGESIZE);
 }
 
-long Program::mainThreadSleeps() const {
-    std::ifstream status("/proc/" + std::to_string(m_process) + "/status");
+long Program::sleeps() const {
     const std::string key = "voluntary_ctxt_switches:";
-    for (std::string line; std::getline(status, line);) {
-        if (line.starts_with(key))
-            return std::stol(line.substr(key.size()));
+    long all = 0;
+    std::error_code ignored;
+    for (const auto& thread :
+         std::filesystem::directory_iterator("/proc/" + std::to_string(m_process) + "/task", ignored)) {
+        std::ifstream status(thread.path() / "status");
+        for (std::string line; std::getline(status, line);) {
+            if (line.starts_with(key))
+                all += std::stol(line.substr(key.size()));
+        }
     }
-    return 0;
+    return all;
 }
 
 long Program::processorTicks() const {

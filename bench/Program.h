@@ -19,8 +19,8 @@ public:
     /// Bytes of memory that it has resident.
     long residentBytes() const;
 
-    /// How often its main thread has gone to sleep so far: each time it had been woken for something.
-    long mainThreadSleeps() const;
+    /// How often its threads have gone to sleep so far, all together: each time one had been woken for something.
+    long sleeps() const;
 
     /// Processor time that it has used so far, in clock ticks.
     long processorTicks() const;

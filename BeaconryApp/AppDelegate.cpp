@@ -55,7 +55,7 @@ void AppDelegate::makeWindows() {
     const auto onAction = [this](const AskEvent& ask, const AskAction& action) {
         handle(ask, action);
     };
-    const auto engine = makeInterfaceEngine();
+    const auto engine = std::make_shared<InterfaceEngine>();
     m_panelController = std::make_unique<NotchPanelController>(m_store, m_settings, m_dependencies.dispatch, onAction,
                                                                makePanelDependencies(engine));
     m_managerController = std::make_unique<ManagerWindowController>(

@@ -15,16 +15,22 @@ static void registerModule() {
 
 namespace pelorin {
 
-std::shared_ptr<QQmlEngine> makeInterfaceEngine() {
+InterfaceEngine::InterfaceEngine() = default;
+
+InterfaceEngine::~InterfaceEngine() = default;
+
+QQmlEngine& InterfaceEngine::qml() {
+    if (m_qml)
+        return *m_qml;
     static const bool isRegistered = [] {
         registerModule();
         QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
         return true;
     }();
     Q_UNUSED(isRegistered)
-    auto engine = std::make_shared<QQmlEngine>();
-    engine->addImportPath(QStringLiteral("qrc:/"));
-    return engine;
+    m_qml = std::make_unique<QQmlEngine>();
+    m_qml->addImportPath(QStringLiteral("qrc:/"));
+    return *m_qml;
 }
 
 } // namespace pelorin

@@ -1,6 +1,6 @@
 #include "tests/interface/InterfaceFixture.h"
 
-#include "BeaconryKit/interface/InterfaceEngine.h"
+#include <QCoreApplication>
 
 #include <private/qabstractanimation_p.h>
 
@@ -20,10 +20,10 @@ void InterfaceFixture::animate() {
     QUnifiedTimer::instance()->setSlowModeEnabled(false);
 }
 
-std::shared_ptr<QQmlEngine> InterfaceFixture::engine() {
-    static std::shared_ptr<QQmlEngine> engine;
+std::shared_ptr<InterfaceEngine> InterfaceFixture::engine() {
+    static std::shared_ptr<InterfaceEngine> engine;
     if (!engine) {
-        engine = makeInterfaceEngine();
+        engine = std::make_shared<InterfaceEngine>();
         qAddPostRoutine([] { engine.reset(); });
     }
     return engine;

@@ -4,10 +4,10 @@
 #include "tests/interface/SceneItems.h"
 #include "tests/support/Eventually.h"
 
+#include "BeaconryKit/interface/InterfaceEngine.h"
 #include "BeaconryKit/interface/asks/AskListController.h"
 
 #include <QList>
-#include <QQmlEngine>
 #include <gtest/gtest.h>
 
 #include <array>
@@ -39,7 +39,7 @@ protected:
     static void animate();
 
     /// One for all tests, as long as the application: what QML has once read need not be read again.
-    static std::shared_ptr<QQmlEngine> engine();
+    static std::shared_ptr<InterfaceEngine> engine();
 
     /// Notes in `reports` and `reportedAsks` what it is called with.
     AskActionHandler reporter();

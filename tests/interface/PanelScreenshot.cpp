@@ -163,7 +163,7 @@ bool save(const QString& path, int count, const QString& scene) {
     AskStore store;
     NotchPanelController controller(
         store, settings, dispatch, [](const AskEvent&, const AskAction&) {},
-        {std::make_unique<OneScreen>(), std::make_unique<PlainPanelPlatform>(), makeInterfaceEngine()});
+        {std::make_unique<OneScreen>(), std::make_unique<PlainPanelPlatform>(), std::make_shared<InterfaceEngine>()});
     const WallTime now = dispatch.now() + NotchPanelController::settleTime;
     for (int i = 0; i < count; ++i)
         store.upsert(ask(scene, i, now));

@@ -103,7 +103,8 @@ TEST(Symbols, AreDrawnInTheMiddleOfALongBox) {
 }
 
 TEST(SymbolItem, IsDrawnBySoftware) {
-    const auto engine = makeInterfaceEngine();
+    InterfaceEngine engine;
+    engine.qml();
     QQuickWindow window;
     window.setColor(Qt::black);
     window.resize(24, 24);

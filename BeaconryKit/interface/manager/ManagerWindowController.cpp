@@ -48,7 +48,7 @@ struct ManagerWindowController::Content {
           settings(owner.m_parts.settings, actions),
           facade({actions, owner.m_parts.registry, pending, sessions, phone, hooks, settings}),
           scheme(DesktopScheme::ofDesktop()),
-          window(owner.m_engine.get()) {
+          window(&owner.m_engine->qml()) {
         for (QObject* object : std::initializer_list<QObject*>{&asks, &pending, &sessions, phone.phones(), &phone,
                                                                &hooks, &settings, &facade})
             QQmlEngine::setObjectOwnership(object, QQmlEngine::CppOwnership);
@@ -69,7 +69,7 @@ struct ManagerWindowController::Content {
 };
 
 ManagerWindowController::ManagerWindowController(ManagerParts parts, AskActionHandler onAskAction, JumpHandler onJump,
-                                                 std::shared_ptr<QQmlEngine> engine)
+                                                 std::shared_ptr<InterfaceEngine> engine)
     : m_parts(std::move(parts)),
       m_onAskAction(std::move(onAskAction)),
       m_onJump(std::move(onJump)),
@@ -102,7 +102,7 @@ void ManagerWindowController::show() {
 
 void ManagerWindowController::makeContent() {
     if (!m_engine)
-        m_engine = makeInterfaceEngine();
+        m_engine = std::make_shared<InterfaceEngine>();
     m_content = std::make_unique<Content>(*this);
     ManagerWindow& window = m_content->window;
     ManagerFacade& facade = m_content->facade;

@@ -14,10 +14,9 @@
 #include <functional>
 #include <memory>
 
-class QQmlEngine;
-
 namespace pelorin {
 
+class InterfaceEngine;
 class ManagerFacade;
 class ManagerWindow;
 
@@ -42,10 +41,10 @@ public:
     /// Brings the session's terminal forward. Called on the main thread with the session as the registry holds it.
     using JumpHandler = std::function<void(const SessionInfo& session)>;
 
-    /// The parts must outlive the controller. `engine`, of `makeInterfaceEngine`, may be shared with other windows;
-    /// nothing: one is made with the window.
+    /// The parts must outlive the controller. `engine` may be shared with other windows; nothing: one is made with the
+    /// window.
     ManagerWindowController(ManagerParts parts, AskActionHandler onAskAction, JumpHandler onJump,
-                            std::shared_ptr<QQmlEngine> engine = nullptr);
+                            std::shared_ptr<InterfaceEngine> engine = nullptr);
     ~ManagerWindowController() override;
 
     /// Shows the window, brings it before all others and gives it the keyboard.
@@ -67,7 +66,7 @@ private:
     ManagerParts m_parts;
     AskActionHandler m_onAskAction;
     JumpHandler m_onJump;
-    std::shared_ptr<QQmlEngine> m_engine;
+    std::shared_ptr<InterfaceEngine> m_engine;
     bool m_isScheduled = false;
     std::unique_ptr<Content> m_content;
 };

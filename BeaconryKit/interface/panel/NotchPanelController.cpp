@@ -19,9 +19,9 @@ constexpr double largestShareOfScreen = 0.8;
 
 } // namespace
 
-PanelDependencies makePanelDependencies(std::shared_ptr<QQmlEngine> engine) {
+PanelDependencies makePanelDependencies(std::shared_ptr<InterfaceEngine> engine) {
     return {std::make_unique<SystemPanelScreens>(), makePanelPlatform(),
-            engine ? std::move(engine) : makeInterfaceEngine()};
+            engine ? std::move(engine) : std::make_shared<InterfaceEngine>()};
 }
 
 NotchPanelController::NotchPanelController(AskStore& store, NotifierSettings& settings, Dispatch& dispatch,
@@ -29,25 +29,43 @@ NotchPanelController::NotchPanelController(AskStore& store, NotifierSettings& se
     : m_dependencies(std::move(dependencies)),
       m_facade(m_asks),
       m_askList(store, settings, dispatch, m_asks, m_facade, std::move(onAction)),
-      m_panel(std::make_unique<NotchPanel>(*m_dependencies.platform)),
       m_store(store),
       m_settings(settings),
       m_dispatch(dispatch) {
     QQmlEngine::setObjectOwnership(&m_asks, QQmlEngine::CppOwnership);
     QQmlEngine::setObjectOwnership(&m_facade, QQmlEngine::CppOwnership);
-    QQmlComponent component(m_dependencies.engine.get(), QUrl(QStringLiteral("qrc:/Pelorin/panel/PanelContent.qml")));
-    m_hosting.reset(qobject_cast<QQuickItem*>(
-        component.createWithInitialProperties({{QStringLiteral("panel"), QVariant::fromValue(&m_facade)}})));
-    if (!m_hosting)
-        qFatal("The panel's content is broken: %s", qPrintable(component.errorString()));
-    QQmlEngine::setObjectOwnership(m_hosting.get(), QQmlEngine::CppOwnership);
-    m_panel->setContent(m_hosting.get());
-
     // The list that the signal carries is not wanted: handing it on to a later turn would keep a copy for each change.
     m_cancellable = connect(&m_store, &AskStore::asksWillChange, this, [this] { scheduleLater(Later::follow); });
     connect(&m_settings, &NotifierSettings::decisionWaitSecondsWillChange, this,
             [this] { scheduleLater(Later::follow); });
     connect(m_dependencies.screens.get(), &PanelScreens::changed, this, [this] { scheduleLater(Later::follow); });
+    connect(&m_facade, &PanelFacade::keyboardWanted, this, &NotchPanelController::takeKeyboard);
+    connect(&m_facade, &PanelFacade::keyboardReturned, this, &NotchPanelController::giveKeyboardBack);
+    scheduleLater(Later::follow);
+}
+
+NotchPanelController::~NotchPanelController() {
+    disconnect(m_cancellable);
+    // The scene refers to the facade and the model to its end.
+    if (m_panel)
+        m_panel->disconnect(this);
+    m_facade.disconnect(this);
+    m_hosting.reset();
+    m_panel.reset();
+}
+
+void NotchPanelController::makePanel() {
+    if (m_panel)
+        return;
+    QQmlComponent component(&m_dependencies.engine->qml(), QUrl(QStringLiteral("qrc:/Pelorin/panel/PanelContent.qml")));
+    m_hosting.reset(qobject_cast<QQuickItem*>(
+        component.createWithInitialProperties({{QStringLiteral("panel"), QVariant::fromValue(&m_facade)}})));
+    if (!m_hosting)
+        qFatal("The panel's content is broken: %s", qPrintable(component.errorString()));
+    QQmlEngine::setObjectOwnership(m_hosting.get(), QQmlEngine::CppOwnership);
+    m_panel = std::make_unique<NotchPanel>(*m_dependencies.platform);
+    m_panel->setContent(m_hosting.get());
+
     connect(m_hosting.get(), &QQuickItem::implicitWidthChanged, this, [this] { scheduleLater(Later::layOut); });
     connect(m_hosting.get(), &QQuickItem::implicitHeightChanged, this, [this] { scheduleLater(Later::layOut); });
     connect(m_panel.get(), &NotchPanel::withdrawn, this, &NotchPanelController::finishHiding);
@@ -57,18 +75,20 @@ NotchPanelController::NotchPanelController(AskStore& store, NotifierSettings& se
         if (!m_panel->isActive())
             giveKeyboardBack();
     });
-    connect(&m_facade, &PanelFacade::keyboardWanted, this, &NotchPanelController::takeKeyboard);
-    connect(&m_facade, &PanelFacade::keyboardReturned, this, &NotchPanelController::giveKeyboardBack);
-    scheduleLater(Later::follow);
 }
 
-NotchPanelController::~NotchPanelController() {
-    disconnect(m_cancellable);
-    // The scene refers to the facade and the model to its end.
-    m_panel->disconnect(this);
-    m_facade.disconnect(this);
-    m_hosting.reset();
-    m_panel.reset();
+NotchPanel& NotchPanelController::panel() {
+    makePanel();
+    return *m_panel;
+}
+
+QQuickItem& NotchPanelController::hosting() {
+    makePanel();
+    return *m_hosting;
+}
+
+bool NotchPanelController::isShown() const {
+    return m_panel && m_panel->phase() == NotchPanel::Phase::shown;
 }
 
 void NotchPanelController::setSilenced(bool silenced) {
@@ -87,7 +107,7 @@ void NotchPanelController::runLater() {
     m_isScheduled = false;
     if (std::exchange(m_followsLater, false))
         follow();
-    else if (m_panel->phase() == NotchPanel::Phase::shown)
+    else if (isShown())
         layoutAndShow();
 }
 
@@ -97,6 +117,8 @@ void NotchPanelController::follow() {
         hide();
         return;
     }
+    // Before the rows, so that the first one comes in like any other.
+    makePanel();
     m_askList.follow();
     if (!m_facade.typingRow().isEmpty() && !m_asks.ask(m_facade.typingRow()))
         giveKeyboardBack();
@@ -109,20 +131,20 @@ void NotchPanelController::layoutAndShow() {
         hide();
         return;
     }
+    makePanel();
     m_facade.setBounds(screen->topInset, screen->frame.height() * largestShareOfScreen);
     m_panelWidth = panelFrame(*screen, {m_hosting->implicitWidth(), 0}).width();
     m_hosting->setProperty("layoutWidth", m_panelWidth);
     QMetaObject::invokeMethod(m_hosting.get(), "layOut");
     const QRect frame = panelFrame(*screen, {m_hosting->implicitWidth(), m_hosting->implicitHeight()});
-    const bool appears = m_panel->phase() != NotchPanel::Phase::shown;
-    if (!appears && m_panel->frame().topLeft() != frame.topLeft())
+    if (isShown() && m_panel->frame().topLeft() != frame.topLeft())
         m_askList.disarm();
     m_panel->present(*screen, frame);
     m_askList.watch();
 }
 
 void NotchPanelController::hide() {
-    if (m_panel->phase() != NotchPanel::Phase::shown)
+    if (!isShown())
         return;
     giveKeyboardBack();
     // What fades takes no clicks any more.
@@ -137,7 +159,7 @@ void NotchPanelController::finishHiding() {
 }
 
 void NotchPanelController::takeKeyboard(const QString& askId) {
-    if (m_panel->phase() != NotchPanel::Phase::shown)
+    if (!isShown())
         return;
     const bool hasKeyboard = !m_facade.typingRow().isEmpty();
     m_facade.setTypingRow(askId);

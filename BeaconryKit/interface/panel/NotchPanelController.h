@@ -17,24 +17,26 @@
 #include <functional>
 #include <memory>
 
-class QQmlEngine;
 class QQuickItem;
 
 namespace pelorin {
+
+class InterfaceEngine;
 
 /// What the panel needs of the system that it runs on.
 struct PanelDependencies {
     std::unique_ptr<PanelScreens> screens;
     std::unique_ptr<PanelPlatform> platform;
-    /// Of `makeInterfaceEngine`; may be shared with other windows.
-    std::shared_ptr<QQmlEngine> engine;
+    /// May be shared with other windows.
+    std::shared_ptr<InterfaceEngine> engine;
 };
 
 /// The real ones. Nothing given as the engine: a new one.
-PanelDependencies makePanelDependencies(std::shared_ptr<QQmlEngine> engine = nullptr);
+PanelDependencies makePanelDependencies(std::shared_ptr<InterfaceEngine> engine = nullptr);
 
 /// Shows the asks of a store in the panel that hangs from the top of the screen, as long as there are any, and reports
-/// what the user does to them. Lives on the main thread for as long as the application; owned by the delegate.
+/// what the user does to them. The window and its content are made when they are first shown. Lives on the main thread
+/// for as long as the application; owned by the delegate.
 class NotchPanelController final : public QObject {
     Q_OBJECT
 
@@ -60,14 +62,17 @@ public:
     /// Fades the panel out; nothing unless it is shown.
     void hide();
 
-    NotchPanel& panel() { return *m_panel; }
-    /// What the panel shows.
-    QQuickItem& hosting() { return *m_hosting; }
+    /// The panel; made now if nothing has been shown yet.
+    NotchPanel& panel();
+    /// What the panel shows; made now if nothing has been shown yet.
+    QQuickItem& hosting();
     AskListModel& asks() { return m_asks; }
 
 private:
     enum class Later { follow, layOut };
 
+    void makePanel();
+    bool isShown() const;
     void scheduleLater(Later what);
     void runLater();
     void follow();
@@ -79,6 +84,7 @@ private:
     AskListModel m_asks;
     PanelFacade m_facade;
     AskListController m_askList;
+    // Both are made at once, and the content goes first.
     std::unique_ptr<NotchPanel> m_panel;
     std::unique_ptr<QQuickItem> m_hosting;
     AskStore& m_store;

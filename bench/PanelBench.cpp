@@ -1,7 +1,6 @@
 #include "BeaconryApp/AppDelegate.h"
 #include "bench/Measure.h"
 
-#include "BeaconryKit/interface/panel/NotchPanel.h"
 #include "BeaconryKit/platform/UserDefaults.h"
 #include "BeaconryKit/platform/WindowRaiser.h"
 #include "BeaconryKit/relay/NetworkTransport.h"
@@ -14,10 +13,10 @@
 #include <QQuickWindow>
 
 #include <cstdio>
-#include <thread>
+#include <unistd.h>
 
 // The time from a hook's first byte to the first painted frame of the panel, against the first frame of an empty window
-// of the same size.
+// of the same size. The first time the panel is also made.
 
 namespace {
 
@@ -33,28 +32,39 @@ public:
     void setObject(const QString&, const QJsonValue&) override {}
 };
 
-NotchPanel* findPanel() {
-    for (QWindow* window : QGuiApplication::allWindows()) {
-        if (auto* panel = qobject_cast<NotchPanel*>(window))
-            return panel;
-    }
-    return nullptr;
-}
+/// Ends a loop at the first frame of the next window that appears.
+class FirstFrame final : public QObject {
+public:
+    explicit FirstFrame(QEventLoop& loop) : m_loop(loop) { qApp->installEventFilter(this); }
 
-double firstFrame(QQuickWindow& window, const std::function<void()>& cause) {
+    QQuickWindow* window() const { return m_window; }
+
+private:
+    bool eventFilter(QObject* object, QEvent* event) override {
+        if (event->type() == QEvent::Expose && !m_window) {
+            m_window = qobject_cast<QQuickWindow*>(object);
+            if (m_window)
+                connect(m_window, &QQuickWindow::frameSwapped, &m_loop, &QEventLoop::quit, Qt::DirectConnection);
+        }
+        return false;
+    }
+
+    QEventLoop& m_loop;
+    QQuickWindow* m_window = nullptr;
+};
+
+struct Appearance {
+    double seconds;
+    QQuickWindow* window;
+};
+
+Appearance firstFrame(const std::function<void()>& cause) {
     QEventLoop loop;
-    double seconds = 0;
+    const FirstFrame frame(loop);
     const auto start = Clock::now();
-    QObject::connect(
-        &window, &QQuickWindow::frameSwapped, &loop,
-        [&] {
-            seconds = secondsSince(start);
-            loop.quit();
-        },
-        Qt::DirectConnection);
     cause();
     loop.exec();
-    return seconds;
+    return {secondsSince(start), frame.window()};
 }
 
 void waitUntilHidden(QWindow& window) {
@@ -86,27 +96,24 @@ int main(int argc, char** argv) {
                           .statusItem = makeStatusItem});
     if (delegate.start(0, pelorin::Display::present))
         return 1;
-    NotchPanel* panel = findPanel();
-    if (!panel)
-        return 1;
 
     const std::string request = postRequest(
         "/permission", R"({"session_id":"s","request_id":"r","cwd":"/home/user/project","tool_name":"Bash",)"
                        R"("tool_input":{"command":"touch /home/user/project/made-by-tool"}})");
-    const AskEvent ask{.sessionId = QStringLiteral("s"), .requestId = QStringLiteral("r")};
     std::vector<double> ours;
     std::vector<double> empty;
     for (int round = 0; round < repetitions(31); ++round) {
         QQuickWindow window;
         window.resize(460, 120);
-        empty.push_back(firstFrame(window, [&] { window.show(); }));
+        empty.push_back(firstFrame([&] { window.show(); }).seconds);
         window.hide();
 
-        std::thread hook;
-        ours.push_back(firstFrame(*panel, [&] { hook = std::thread([&] { exchange(delegate.port(), request); }); }));
-        delegate.handle(ask, AskAction::deny());
-        hook.join();
-        waitUntilHidden(*panel);
+        int hook = -1;
+        const Appearance panel = firstFrame([&] { hook = sendOnly(delegate.port(), request); });
+        ours.push_back(panel.seconds);
+        // Its row goes with the hook.
+        close(hook);
+        waitUntilHidden(*panel.window);
     }
     std::printf(
         "request to first frame of the panel: first time %.1f ms, median %.1f ms (an empty window %.1f ms, ratio "

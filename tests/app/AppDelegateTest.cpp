@@ -1,151 +1,61 @@
 #include "tests/app/DelegateFixture.h"
 
-#include <thread>
+#include "BeaconryKit/relay/RelayMessages.h"
 
 namespace pelorin {
 namespace {
 
+using namespace std::chrono_literals;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
+using ::testing::SizeIs;
 
 class AppDelegateTest : public DelegateFixture {
 protected:
-    void SetUp() override { start(); }
-
-    /// The pane of the test's rows was chosen, and the window asked for.
-    bool isFocused() const {
-        const QList<QStringList> commands{{"/usr/bin/env", "tmux", "select-window", "-t", "%3"},
-                                          {"/usr/bin/env", "tmux", "select-pane", "-t", "%3"}};
-        return launcher.starts == commands && raiser.devices == QStringList("/dev/pts/7");
+    explicit AppDelegateTest(const QJsonObject& settings = {}) : DelegateFixture(settings) {}
+    void SetUp() override {
+        start();
+        settle();
     }
-    bool isLeftAlone() const { return launcher.starts.isEmpty() && raiser.devices.isEmpty(); }
+    void choose(MenuAction action) {
+        statusItem.handlers.onTriggered(action, {});
+        settle();
+    }
 };
 
-TEST_F(AppDelegateTest, AnswersTheWaitingHookAndWithdrawsTheRow) {
-    const std::pair<AskAction, const char*> rows[] = {
-        {AskAction::allow(), R"({"decision":"allow"})"},
-        {AskAction::deny(), R"({"decision":"deny"})"},
-        {AskAction::dismiss(), R"({"decision":"ask"})"},
-    };
-    for (const auto& [action, reply] : rows) {
-        replies.clear();
-        delegate.handle(parked("request"), action);
-        EXPECT_THAT(replies, ElementsAre(QByteArray(reply)));
-        EXPECT_THAT(shownIds(), IsEmpty());
-        EXPECT_TRUE(isLeftAlone()) << reply;
-    }
+TEST_F(AppDelegateTest, WithoutARelayNothingLeavesAndNothingRuns) {
+    choose(MenuAction::toggleSilentMode);
+    EXPECT_EQ(dispatch.waitingTasks(), 0U);
+    dispatch.advance(600s);
+    EXPECT_THAT(http.sent, IsEmpty());
+    EXPECT_THAT(sockets.connections, IsEmpty());
 }
 
-TEST_F(AppDelegateTest, OpenHandsTheQuestionBackAndShowsTheTerminal) {
-    delegate.handle(parked("request"), AskAction::open());
-    EXPECT_THAT(replies, ElementsAre(QByteArray(R"({"decision":"ask"})")));
-    EXPECT_TRUE(isFocused());
-    EXPECT_THAT(shownIds(), IsEmpty());
+TEST_F(AppDelegateTest, ListensAndShowsItsItem) {
+    EXPECT_NE(delegate.port(), 0);
+    ASSERT_TRUE(statusItem.icon);
+    EXPECT_EQ(statusItem.icon->symbol, "bell");
+    EXPECT_EQ(statusItem.menu.at(6).title, "No Active Sessions");
 }
 
-TEST_F(AppDelegateTest, AHookThatWaitsNoLongerLeavesTheAnswerToTheTerminal) {
-    for (const AskAction& action : {AskAction::allow(), AskAction::deny()}) {
-        launcher.starts.clear();
-        raiser.devices.clear();
-        delegate.handle(row("gone"), action);
-        EXPECT_TRUE(isFocused());
-        EXPECT_THAT(shownIds(), IsEmpty());
-    }
+TEST_F(AppDelegateTest, TheManagerWindowNeedsADisplay) {
+    delegate.openManager();
+    choose(MenuAction::openManager);
+    EXPECT_EQ(statusItem.icon->symbol, "bell");
 }
 
-TEST_F(AppDelegateTest, ARowWithoutAHookIsOnlyWithdrawnByADecision) {
-    for (const AskAction& action : {AskAction::allow(), AskAction::deny(), AskAction::dismiss()}) {
-        delegate.handle(row(), action);
-        EXPECT_THAT(shownIds(), IsEmpty());
-        EXPECT_TRUE(isLeftAlone());
-    }
-}
+class AppDelegateWithARelay : public AppDelegateTest {
+protected:
+    AppDelegateWithARelay() : AppDelegateTest({{"relayURL", "https://relay.test"}, {"relayToken", "secret"}}) {}
+};
 
-TEST_F(AppDelegateTest, OpenOnARowWithoutAHookShowsTheTerminal) {
-    delegate.handle(row(), AskAction::open());
-    EXPECT_TRUE(isFocused());
-    EXPECT_THAT(shownIds(), IsEmpty());
-}
-
-TEST_F(AppDelegateTest, TypesOptionsAndTextsIntoThePane) {
-    delegate.handle(row(), AskAction::option(1));
-    delegate.handle(row(), AskAction::text("go on"));
-    EXPECT_THAT(runner.runs, ElementsAre(QStringList({"tmux", "send-keys", "-t", "%3", "2"}),
-                                         QStringList({"tmux", "send-keys", "-t", "%3", "Enter"}),
-                                         QStringList({"tmux", "send-keys", "-t", "%3", "go on"}),
-                                         QStringList({"tmux", "send-keys", "-t", "%3", "Enter"})));
-    EXPECT_THAT(shownIds(), IsEmpty());
-    EXPECT_TRUE(isLeftAlone());
-}
-
-TEST_F(AppDelegateTest, AnAnswerThatNeedsTheTerminalShowsItAndKeepsTheRow) {
-    AskEvent ask{.sessionId = "session", .tty = "pts/7", .termProgram = "WezTerm"};
-    delegate.store().upsert(ask);
-    delegate.handle(ask, AskAction::option(0));
-    delegate.handle(ask, AskAction::text("yes"));
-    EXPECT_THAT(runner.runs, IsEmpty());
-    EXPECT_EQ(raiser.devices, QStringList({"/dev/pts/7", "/dev/pts/7"}));
-    EXPECT_EQ(shownIds(), QStringList("session"));
-}
-
-TEST_F(AppDelegateTest, ASessionOfTheLauncherMayBeTypedInto) {
-    const AskEvent ask{.sessionId = "session", .termProgram = "Apple_Terminal"};
-    delegate.settings().setInjectionAllowlistRaw({});
-    delegate.store().upsert(ask);
-    delegate.handle(ask, AskAction::text("yes"));
-    EXPECT_THAT(runner.runs, IsEmpty());
-    EXPECT_EQ(shownIds(), QStringList("session"));
-
-    delegate.registry().registerSession({.sessionId = "session", .optIn = true});
-    delegate.handle(ask, AskAction::text("yes"));
-    EXPECT_EQ(runner.runs.size(), 1);
-    EXPECT_THAT(shownIds(), IsEmpty());
-}
-
-TEST_F(AppDelegateTest, UnfoldingFillsTheRowWithWhatItsTerminalShows) {
-    QStringList lines;
-    for (int line = 1; line <= 22; ++line)
-        lines << QString("line %1").arg(line) << "";
-    lines << "Do you want to proceed?"
-          << "❯ 1. Yes"
-          << "  2. No";
-    runner.result = lines.join('\n');
-    row();
-    const AskEvent ask = row("request");
-    delegate.handle(ask, AskAction::expand());
-    EXPECT_THAT(runner.runs, ElementsAre(QStringList({"tmux", "capture-pane", "-p", "-t", "%3"})));
-    ASSERT_EQ(shownIds(), QStringList({"session", "request"}));
-    const AskEvent& shown = *delegate.store().asks().at(1);
-    const QStringList detail = shown.detail.split('\n');
-    ASSERT_EQ(detail.size(), 20);
-    EXPECT_EQ(detail.first(), "line 6");
-    EXPECT_EQ(detail.last(), "  2. No");
-    ASSERT_EQ(shown.options.size(), 2);
-    EXPECT_EQ(shown.options.at(1).label, "No");
-    EXPECT_EQ(delegate.store().asks().at(0)->detail, "");
-}
-
-TEST_F(AppDelegateTest, UnfoldingWhatCannotBeReadChangesNothing) {
-    const AskEvent ask = row();
-    const SharedAsks before = delegate.store().asks();
-    runner.result = std::nullopt;
-    delegate.handle(ask, AskAction::expand());
-    EXPECT_EQ(delegate.store().asks(), before);
-    runner.runs.clear();
-    delegate.expand("another");
-    EXPECT_THAT(runner.runs, IsEmpty());
-}
-
-TEST_F(AppDelegateTest, UnfoldingFromAnotherThreadIsDoneOnTheMainThread) {
-    row();
-    runner.result = "here";
-    std::thread caller([this] {
-        delegate.expand("session");
-        QMetaObject::invokeMethod(QCoreApplication::instance(), &QCoreApplication::quit);
-    });
-    QCoreApplication::exec();
-    caller.join();
-    EXPECT_EQ(delegate.store().asks().at(0)->detail, "here");
+TEST_F(AppDelegateWithARelay, AChangedSettingReachesTheItemAndTheRelay) {
+    ASSERT_THAT(sockets.connections, SizeIs(1));
+    EXPECT_THAT(sockets.connections.front()->sent, ElementsAre(relayHello(PhoneTerminal::disabled)));
+    choose(MenuAction::toggleSilentMode);
+    EXPECT_EQ(statusItem.icon->symbol, "bell.slash");
+    EXPECT_THAT(sockets.connections.front()->sent, SizeIs(2));
+    EXPECT_THAT(sockets.connections, SizeIs(1));
 }
 
 } // namespace

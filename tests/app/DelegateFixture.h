@@ -30,30 +30,6 @@ protected:
         }
     }
 
-    /// Puts a row on screen for which a hook waits, whose reply is noted in `replies`.
-    AskEvent parked(const QString& requestId) {
-        AskEvent ask = row(requestId);
-        delegate.router().park(requestId, 45, [this](const QByteArray& reply) { replies.append(reply); });
-        return ask;
-    }
-
-    /// Puts a row on screen: in tmux, for which no hook waits.
-    AskEvent row(const QString& requestId = {}) {
-        AskEvent ask{.sessionId = QStringLiteral("session"),
-                     .tty = QStringLiteral("pts/7"),
-                     .requestId = requestId,
-                     .tmuxPane = QStringLiteral("%3")};
-        delegate.store().upsert(ask);
-        return ask;
-    }
-
-    QStringList shownIds() {
-        QStringList ids;
-        for (const SharedAsk& ask : delegate.store().asks())
-            ids.append(ask->id());
-        return ids;
-    }
-
     ManualDispatch dispatch;
     MemoryUserDefaults defaults;
     RecordingRunner runner;
@@ -72,7 +48,6 @@ protected:
                           .statusItem = [this] {
                               return std::make_unique<FakeStatusItem>(statusItem);
                           }}};
-    QList<QByteArray> replies;
 };
 
 } // namespace pelorin

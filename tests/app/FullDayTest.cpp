@@ -7,6 +7,7 @@
 
 #include <QJsonDocument>
 
+#include <algorithm>
 #include <csignal>
 
 namespace pelorin {
@@ -58,13 +59,23 @@ protected:
         expectEnd(*call(script, payload, session), "");
     }
     std::unique_ptr<TestProcess> ask(const QString& session) {
-        const auto before = shown();
+        const int before = shown();
         auto hook = call("claude-permission-hook.sh", "PermissionRequest.Bash", session);
-        EXPECT_TRUE(eventually([&] { return shown() == before + 1; }));
+        EXPECT_TRUE(areShown(before + 1));
         return hook;
     }
 
-    qsizetype shown() const { return delegate->store().asks().size(); }
+    /// How many asks and sessions the status item tells of.
+    int shown() const { return statusItem.icon->title.trimmed().toInt(); }
+    auto sessions() const {
+        return std::ranges::count_if(statusItem.menu, [](const MenuItem& item) { return !item.submenu.empty(); });
+    }
+    bool areShown(int count) {
+        return eventually([&] { return shown() == count; });
+    }
+    void choose(MenuAction action, const std::optional<QString>& session = {}) {
+        statusItem.handlers.onTriggered(action, session);
+    }
     bool reachTheRelay(qsizetype count) {
         return eventually([&] { return relay.asks(token).size() == count; });
     }
@@ -94,7 +105,7 @@ TEST_F(FullDay, SessionsAndAnswersComeFromAllSides) {
     ASSERT_TRUE(socketOpens());
     tell("claude-register-hook.sh", "SessionStart.startup", api);
     tell("claude-register-hook.sh", "SessionStart.startup", web);
-    ASSERT_TRUE(eventually([&] { return delegate->registry().sessions().size() == 2; }));
+    ASSERT_TRUE(eventually([&] { return sessions() == 2; }));
     EXPECT_TRUE(eventually([&] { return statusItem.menu.at(6).title == "Sessions"; }));
 
     // In the panel.
@@ -107,19 +118,20 @@ TEST_F(FullDay, SessionsAndAnswersComeFromAllSides) {
 
     // On a phone, with the settings changed while the ask waits.
     const auto second = ask(web);
-    delegate->settings().setDecisionWaitSeconds(500);
-    delegate->settings().setSilentMode(true);
+    choose(MenuAction::trackOnlyWyrn);
+    choose(MenuAction::trackAllSessions);
+    choose(MenuAction::toggleSilentMode);
     EXPECT_TRUE(eventually([&] { return !shownWindow(panelTitle) && statusItem.icon->symbol == "bell.slash"; }));
     ASSERT_TRUE(reachTheRelay(1));
     decideOnPhone("deny");
     expectEnd(*second, deniedByHook);
-    EXPECT_EQ(shown(), 0);
-    delegate->settings().setSilentMode(false);
+    EXPECT_TRUE(areShown(0));
+    choose(MenuAction::toggleSilentMode);
 
     // In the manager window, while the relay is away.
     relay.goAway();
     const auto third = ask(api);
-    statusItem.handlers.onTriggered(MenuAction::openManager, {});
+    choose(MenuAction::openManager);
     EXPECT_TRUE(clickUntil(managerTitle, "Deny", [&] { return shown() == 0; }));
     expectEnd(*third, deniedByHook);
     shownWindow(managerTitle)->close();
@@ -129,8 +141,8 @@ TEST_F(FullDay, SessionsAndAnswersComeFromAllSides) {
     ASSERT_TRUE(socketOpens());
     const auto muted = ask(api);
     const auto fourth = ask(web);
-    statusItem.handlers.onTriggered(MenuAction::toggleMute, api);
-    EXPECT_EQ(shown(), 1);
+    choose(MenuAction::toggleMute, api);
+    EXPECT_TRUE(areShown(1));
     ASSERT_TRUE(reachTheRelay(1));
     decideOnPhone("allow");
     expectEnd(*fourth, allowedByHook);

@@ -1,4 +1,4 @@
-#include "tests/app/DelegateFixture.h"
+#include "tests/app/PartsFixture.h"
 
 #include "BeaconryKit/relay/RelayMessages.h"
 
@@ -22,11 +22,11 @@ QStringList verbs(const QList<FakeHTTPTransport::Sent>& sent) {
     return names;
 }
 
-class RelayWiring : public DelegateFixture {
+class RelayLinkTest : public PartsFixture {
 protected:
-    explicit RelayWiring(const QJsonObject& settings = configured) : DelegateFixture(settings) {}
+    explicit RelayLinkTest(const QJsonObject& settingsBefore = configured) : PartsFixture(settingsBefore) {}
     void SetUp() override {
-        start();
+        link.start();
         settle();
     }
 
@@ -36,14 +36,14 @@ protected:
     }
 };
 
-TEST_F(RelayWiring, ConnectsAtTheStartAndProvisionsNothingWithAToken) {
+TEST_F(RelayLinkTest, ConnectsAtTheStartAndProvisionsNothingWithAToken) {
     ASSERT_THAT(sockets.connections, SizeIs(1));
     EXPECT_EQ(connection().request.url, QUrl("wss://relay.test/ws-mac"));
     EXPECT_THAT(connection().sent, ElementsAre(relayHello(PhoneTerminal::disabled)));
     EXPECT_THAT(http.sent, IsEmpty());
 }
 
-TEST_F(RelayWiring, PushesTheAsksOnceTheyHaveBeenQuiet) {
+TEST_F(RelayLinkTest, PushesTheAsksOnceTheyHaveBeenQuiet) {
     row("one");
     dispatch.advance(59ms);
     row();
@@ -60,15 +60,15 @@ TEST_F(RelayWiring, PushesTheAsksOnceTheyHaveBeenQuiet) {
                                                         {"Content-Type", "application/json"}}));
 }
 
-TEST_F(RelayWiring, AnEmptyListIsPushedToo) {
+TEST_F(RelayLinkTest, AnEmptyListIsPushedToo) {
     row();
-    delegate.store().remove("session");
+    store.remove("session");
     dispatch.advance(60ms);
     ASSERT_EQ(verbs(http.sent), QStringList("sync"));
     EXPECT_EQ(pushed(0), QJsonArray());
 }
 
-TEST_F(RelayWiring, AThousandChangesGiveAHandfulOfPushesTheLastOneRight) {
+TEST_F(RelayLinkTest, AThousandChangesGiveAHandfulOfPushesTheLastOneRight) {
     for (int change = 0; change < 1000; ++change) {
         row(QString("request %1").arg(change));
         dispatch.advance(change % 250 == 249 ? 60ms : 1ms);
@@ -79,7 +79,7 @@ TEST_F(RelayWiring, AThousandChangesGiveAHandfulOfPushesTheLastOneRight) {
     EXPECT_EQ(pushed(3).last().toObject().value("id"), "request 999");
 }
 
-TEST_F(RelayWiring, APhonesDecisionIsTheRelaysWordOrADenial) {
+TEST_F(RelayLinkTest, APhonesDecisionIsTheRelaysWordOrADenial) {
     const std::pair<const char*, const char*> rows[] = {
         {"allow", "allow"}, {"deny", "deny"}, {"Allow", "deny"}, {"yes", "deny"}, {"", "deny"}};
     for (const auto& [word, decision] : rows) {
@@ -94,7 +94,7 @@ TEST_F(RelayWiring, APhonesDecisionIsTheRelaysWordOrADenial) {
     }
 }
 
-TEST_F(RelayWiring, ADecisionForARequestThatIsGoneWithdrawsItsRow) {
+TEST_F(RelayLinkTest, ADecisionForARequestThatIsGoneWithdrawsItsRow) {
     row("gone");
     connection().deliver(R"({"type":"decision","decisions":[{"id":"gone","decision":"allow"}]})");
     settle();
@@ -102,7 +102,7 @@ TEST_F(RelayWiring, ADecisionForARequestThatIsGoneWithdrawsItsRow) {
     EXPECT_THAT(replies, IsEmpty());
 }
 
-TEST_F(RelayWiring, PollsEveryFiveSecondsUntilTheSocketSpeaks) {
+TEST_F(RelayLinkTest, PollsEveryFiveSecondsUntilTheSocketSpeaks) {
     dispatch.advance(4999ms);
     EXPECT_THAT(http.sent, IsEmpty());
     dispatch.advance(1ms);
@@ -123,9 +123,9 @@ TEST_F(RelayWiring, PollsEveryFiveSecondsUntilTheSocketSpeaks) {
     EXPECT_EQ(verbs(http.sent), QStringList("poll"));
 }
 
-TEST_F(RelayWiring, ANewTokenReconnectsOnceAndTheSameTextNotAgain) {
+TEST_F(RelayLinkTest, ANewTokenReconnectsOnceAndTheSameTextNotAgain) {
     connection().deliver(R"({"type":"ready"})");
-    delegate.settings().setRelayToken("other");
+    settings.setRelayToken("other");
     settle();
     dispatch.advance(1s);
     ASSERT_THAT(sockets.connections, SizeIs(2));
@@ -134,66 +134,129 @@ TEST_F(RelayWiring, ANewTokenReconnectsOnceAndTheSameTextNotAgain) {
                 ::testing::Contains(std::pair<QByteArray, QByteArray>("Authorization", "Bearer other")));
     dispatch.advance(60s);
     const auto connections = sockets.connections.size();
-    delegate.settings().setRelayToken("other");
+    settings.setRelayToken("other");
     settle();
     dispatch.advance(60s);
     EXPECT_THAT(sockets.connections, SizeIs(connections));
 }
 
-TEST_F(RelayWiring, AnyChangeGreetsAgainWithoutReconnecting) {
+TEST_F(RelayLinkTest, AnyChangeGreetsAgainWithoutReconnecting) {
     connection().sent.clear();
-    delegate.settings().setSilentMode(true);
+    settings.setSilentMode(true);
     settle();
     EXPECT_THAT(connection().sent, ElementsAre(relayHello(PhoneTerminal::disabled)));
-    delegate.settings().setPhoneTerminalEnabled(true);
+    settings.setPhoneTerminalEnabled(true);
     settle();
     EXPECT_THAT(connection().sent,
                 ElementsAre(relayHello(PhoneTerminal::disabled), relayHello(PhoneTerminal::enabled)));
     EXPECT_THAT(sockets.connections, SizeIs(1));
 }
 
-class RelayWiringWithoutAToken : public RelayWiring {
+class RelayLinkWithoutAToken : public RelayLinkTest {
 protected:
-    RelayWiringWithoutAToken() : RelayWiring({{"relayURL", "https://relay.test"}, {"relayToken", " \t"}}) {}
+    RelayLinkWithoutAToken() : RelayLinkTest({{"relayURL", "https://relay.test"}, {"relayToken", " \t"}}) {}
 };
 
-TEST_F(RelayWiringWithoutAToken, IsGivenOneAndThenConnectsAndPushes) {
+TEST_F(RelayLinkWithoutAToken, IsGivenOneAndThenConnectsAndPushes) {
     ASSERT_EQ(verbs(http.sent), QStringList("provision"));
     EXPECT_EQ(QJsonDocument::fromJson(http.sent.at(0).request.body).object().value("name").toString(),
               RelayProvisioner::deviceName());
     EXPECT_THAT(sockets.connections, IsEmpty());
     http.sent.at(0).answer(R"({"token":"given"})");
     settle();
-    EXPECT_EQ(delegate.settings().relayToken(), "given");
+    EXPECT_EQ(settings.relayToken(), "given");
     EXPECT_EQ(verbs(http.sent), QStringList({"provision", "sync"}));
     dispatch.advance(2s);
     ASSERT_FALSE(sockets.connections.empty());
     EXPECT_EQ(sockets.connections.front()->request.url, QUrl("wss://relay.test/ws-mac"));
 }
 
-TEST_F(RelayWiringWithoutAToken, ATokenThatWasTypedMeanwhileWins) {
-    delegate.settings().setRelayToken("typed");
+TEST_F(RelayLinkWithoutAToken, ATokenThatWasTypedMeanwhileWins) {
+    settings.setRelayToken("typed");
     http.sent.at(0).answer(R"({"token":"given"})");
     settle();
-    EXPECT_EQ(delegate.settings().relayToken(), "typed");
+    EXPECT_EQ(settings.relayToken(), "typed");
     EXPECT_EQ(verbs(http.sent), QStringList("provision"));
 }
 
-TEST_F(RelayWiringWithoutAToken, IsNotAskedForAgainBeforeTheNextStart) {
+TEST_F(RelayLinkWithoutAToken, IsNotAskedForAgainBeforeTheNextStart) {
     http.sent.at(0).fail();
     settle();
-    EXPECT_EQ(delegate.settings().relayToken(), " \t");
-    delegate.settings().setRelayURL("https://elsewhere.test");
+    EXPECT_EQ(settings.relayToken(), " \t");
+    settings.setRelayURL("https://elsewhere.test");
     settle();
     dispatch.advance(600s);
     EXPECT_EQ(verbs(http.sent), QStringList("provision"));
 }
 
-TEST_F(RelayWiringWithoutAToken, NothingIsPushed) {
+TEST_F(RelayLinkWithoutAToken, NothingIsPushed) {
     http.sent.clear();
     row();
     dispatch.advance(60s);
     EXPECT_THAT(verbs(http.sent), IsEmpty());
+}
+
+TEST_F(RelayLinkWithoutAToken, RunsNothingUntilThereIsOne) {
+    http.sent.at(0).fail();
+    settle();
+    EXPECT_EQ(dispatch.waitingTasks(), 0U);
+    settings.setSilentMode(true);
+    settings.setRelayURL("https://elsewhere.test");
+    settle();
+    EXPECT_EQ(dispatch.waitingTasks(), 0U);
+    EXPECT_THAT(sockets.connections, IsEmpty());
+
+    settings.setRelayToken("typed");
+    settle();
+    ASSERT_THAT(sockets.connections, SizeIs(1));
+    EXPECT_EQ(connection().request.url, QUrl("wss://elsewhere.test/ws-mac"));
+    dispatch.advance(5s);
+    EXPECT_EQ(verbs(http.sent), QStringList({"provision", "poll"}));
+    EXPECT_THAT(sockets.connections, SizeIs(1));
+}
+
+TEST_F(RelayLinkWithoutAToken, GoesOnTryingOnceThereWasOne) {
+    settings.setRelayToken("typed");
+    settle();
+    settings.setRelayToken({});
+    settle();
+    dispatch.advance(60s);
+    EXPECT_TRUE(connection().cancelled);
+    ASSERT_THAT(sockets.connections, SizeIs(1));
+    settings.setRelayToken("again");
+    settle();
+    EXPECT_THAT(connection().request.headers,
+                ::testing::Contains(std::pair<QByteArray, QByteArray>("Authorization", "Bearer again")));
+}
+
+/// As the program stands before anything is set.
+class RelayLinkAsBuilt : public RelayLinkTest {
+protected:
+    explicit RelayLinkAsBuilt(const QJsonObject& settingsBefore = {}) : RelayLinkTest(settingsBefore) {}
+};
+
+TEST_F(RelayLinkAsBuilt, AsksNobodyAndRunsNothing) {
+    row();
+    settings.setSilentMode(true);
+    settle();
+    dispatch.advance(600s);
+    EXPECT_THAT(http.sent, IsEmpty());
+    EXPECT_THAT(sockets.connections, IsEmpty());
+    EXPECT_EQ(dispatch.waitingTasks(), 0U);
+}
+
+TEST_F(RelayLinkAsBuilt, ConnectsWhenARelayIsSet) {
+    settings.setRelayToken("secret");
+    row();
+    settle();
+    dispatch.advance(60s);
+    EXPECT_THAT(http.sent, IsEmpty());
+    EXPECT_THAT(sockets.connections, IsEmpty());
+    settings.setRelayURL("https://relay.test");
+    settle();
+    ASSERT_THAT(sockets.connections, SizeIs(1));
+    EXPECT_EQ(connection().request.url, QUrl("wss://relay.test/ws-mac"));
+    EXPECT_EQ(connection().sent.first(), relayHello(PhoneTerminal::disabled));
 }
 
 } // namespace

@@ -1,0 +1,54 @@
+#pragma once
+
+#include "BeaconryKit/model/AskAction.h"
+#include "BeaconryKit/model/AskEvent.h"
+#include "BeaconryKit/service/AskStore.h"
+#include "BeaconryKit/service/DecisionRouter.h"
+#include "BeaconryKit/sessions/NotifierSettings.h"
+#include "BeaconryKit/sessions/SessionRegistry.h"
+#include "BeaconryKit/terminal/AnswerRouter.h"
+#include "BeaconryKit/terminal/TerminalFocus.h"
+#include "BeaconryKit/terminal/TerminalRunner.h"
+
+#include <QObject>
+
+namespace pelorin {
+
+/// What answers need. All of it must outlive the answering.
+struct AskAnsweringParts {
+    AskStore& store;
+    SessionRegistry& registry;
+    NotifierSettings& settings;
+    DecisionRouter& router;
+    TerminalFocus& focus;
+    TerminalRunner& runner;
+};
+
+/// Does what the user asks for on an ask, wherever it was asked for. Lives on the main thread; owned by the delegate.
+class AskAnswering final : public QObject {
+    Q_OBJECT
+
+public:
+    explicit AskAnswering(const AskAnsweringParts& parts);
+
+    /// Answers the waiting hook or the terminal, brings the terminal forward, withdraws the row.
+    void handle(const AskEvent& ask, const AskAction& action);
+
+    /// Completes the request with a phone's decision and withdraws its row, whether or not a hook still waits.
+    void decideByPhone(const QString& requestId, Decision decision);
+
+    /// Fills the ask of that identity with what its terminal shows. May be called from any thread, and returns when it
+    /// is done.
+    void expand(const QString& id);
+
+private:
+    SessionTarget target(const AskEvent& ask) const;
+    void answer(const AskEvent& ask, const AskChoice& choice);
+    bool resolve(const AskEvent& ask, Decision decision);
+    void decide(const AskEvent& ask, Decision decision);
+
+    const AskAnsweringParts m_parts;
+    AnswerRouter m_answerRouter;
+};
+
+} // namespace pelorin

@@ -110,21 +110,31 @@ private:
 NetworkTransport::NetworkTransport() : NetworkTransport(Limits{}) {
 }
 
-NetworkTransport::NetworkTransport(const Limits& limits) : m_core(std::make_shared<Core>(limits)) {
+NetworkTransport::NetworkTransport(const Limits& limits) : m_limits(limits) {
 }
 
 NetworkTransport::~NetworkTransport() {
-    m_core->end();
+    if (const auto core = m_core.copy())
+        core->end();
+}
+
+std::shared_ptr<NetworkTransport::Core> NetworkTransport::core() {
+    return m_core.with([this](std::shared_ptr<Core>& core) {
+        if (!core)
+            core = std::make_shared<Core>(m_limits);
+        return core;
+    });
 }
 
 void NetworkTransport::send(const HTTPRequest& request, HTTPCompletion completion) {
-    m_core->post([core = m_core.get(), request, completion = std::move(completion)]() mutable {
+    const auto core = this->core();
+    core->post([core = core.get(), request, completion = std::move(completion)]() mutable {
         core->requests().run(request, std::move(completion));
     });
 }
 
 std::shared_ptr<SocketTask> NetworkTransport::makeTask(const SocketRequest& request) {
-    return std::make_shared<Task>(m_core, request);
+    return std::make_shared<Task>(core(), request);
 }
 
 } // namespace pelorin

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "BeaconryKit/platform/Guarded.h"
 #include "BeaconryKit/relay/HTTPTransport.h"
 #include "BeaconryKit/relay/SocketTransport.h"
 
@@ -10,12 +11,14 @@
 
 namespace pelorin {
 
-/// HTTP requests and WebSockets over the network, on a thread of their own.
+/// HTTP requests and WebSockets over the network, on a thread of their own, which comes into being with the first of
+/// them.
 ///
 /// The system's proxies and certificate authorities count (see `tlsTrust`); a certificate that does not hold refuses
 /// the connection. Addresses of this machine are never reached through a proxy. Redirects are followed within the same
-/// origin (scheme, host and port) only, so that neither the token nor what is sent ever goes to somebody else. What was
-/// refused is said in the log category `pelorin.relay`.
+/// origin (scheme, host and port) only, so that neither the token nor what is sent ever goes to somebody else. Nothing
+/// is looked up for a reserved name (see `isReservedName`): it fails at once. What was refused is said in the log
+/// category `pelorin.relay`.
 ///
 /// Owned by the application, made after the application object and destroyed before it, on the main thread; those who
 /// use it are to be destroyed first.
@@ -44,7 +47,12 @@ public:
 private:
     class Core;
     class Task;
-    std::shared_ptr<Core> m_core;
+
+    std::shared_ptr<Core> core();
+
+    const Limits m_limits;
+    // Null before the first use.
+    Guarded<std::shared_ptr<Core>> m_core;
 };
 
 } // namespace pelorin

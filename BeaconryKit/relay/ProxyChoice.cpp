@@ -1,8 +1,23 @@
 #include "BeaconryKit/relay/ProxyChoice.h"
 
+#include "BeaconryKit/relay/ReservedName.h"
+
 #include <QHostAddress>
 
 namespace pelorin {
+
+namespace {
+
+/// Sockets have the proxies of requests.
+QList<QNetworkProxy> proxiesFor(QUrl url) {
+    if (url.scheme() == QLatin1String("wss"))
+        url.setScheme(QStringLiteral("https"));
+    else if (url.scheme() == QLatin1String("ws"))
+        url.setScheme(QStringLiteral("http"));
+    return ProxyChoice().queryProxy(QNetworkProxyQuery(url));
+}
+
+} // namespace
 
 bool isLoopback(const QString& host) {
     const QString name = host.endsWith(u'.') ? host.chopped(1) : host;
@@ -19,14 +34,16 @@ QList<QNetworkProxy> ProxyChoice::queryProxy(const QNetworkProxyQuery& query) {
 }
 
 QNetworkProxy ProxyChoice::forSocket(const QUrl& url) {
-    QUrl like = url;
-    like.setScheme(url.scheme() == QLatin1String("wss") ? QStringLiteral("https") : QStringLiteral("http"));
-    const QList<QNetworkProxy> proxies = ProxyChoice().queryProxy(QNetworkProxyQuery(like));
+    const QList<QNetworkProxy> proxies = proxiesFor(url);
     for (const QNetworkProxy& proxy : proxies) {
         if (proxy.type() == QNetworkProxy::NoProxy || proxy.capabilities().testFlag(QNetworkProxy::TunnelingCapability))
             return proxy;
     }
     return QNetworkProxy::NoProxy;
+}
+
+bool ProxyChoice::leadsNowhere(const QUrl& url) {
+    return isReservedName(url.host()) && proxiesFor(url).constFirst().type() == QNetworkProxy::NoProxy;
 }
 
 } // namespace pelorin

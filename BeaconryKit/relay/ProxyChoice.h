@@ -19,6 +19,9 @@ public:
 
     /// The one proxy for a ws or wss address: it is asked for as for http or https, and must be able to tunnel.
     static QNetworkProxy forSocket(const QUrl& url);
+
+    /// Whether nobody can be reached there: the name is reserved, and no proxy stands for it that might know better.
+    static bool leadsNowhere(const QUrl& url);
 };
 
 } // namespace pelorin

@@ -44,8 +44,7 @@ struct RelayClient::Polling {
     OnDecision onDecision;
 };
 
-RelayClient::RelayClient(Dispatch& dispatch, HTTPTransport& transport)
-    : m_dispatch(dispatch), m_transport(transport), m_pollQueue(dispatch.makeSerialQueue("com.pelorin.relay")) {
+RelayClient::RelayClient(Dispatch& dispatch, HTTPTransport& transport) : m_dispatch(dispatch), m_transport(transport) {
 }
 
 RelayClient::~RelayClient() {
@@ -86,6 +85,8 @@ void RelayClient::startPolling(double interval, Provider provider, OnDecision on
                 main.async([onDecision, decision] { onDecision(decision.requestId, decision.decision); });
         });
     };
+    if (!m_pollQueue)
+        m_pollQueue = m_dispatch.makeSerialQueue("com.pelorin.relay");
     m_pollTimer = m_pollQueue->every(secondsToDuration(interval), std::move(poll));
 }
 

@@ -76,6 +76,7 @@ private:
 
     Dispatch& m_dispatch;
     HTTPTransport& m_transport;
+    // Made by the first polling: it is a thread.
     std::unique_ptr<TaskQueue> m_pollQueue;
     std::shared_ptr<Polling> m_polling;
     std::unique_ptr<RepeatingTimer> m_pollTimer;

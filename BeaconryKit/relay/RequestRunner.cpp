@@ -67,7 +67,7 @@ RequestRunner::~RequestRunner() {
 
 void RequestRunner::run(HTTPRequest request, HTTPCompletion completion) {
     const auto exchange = std::make_shared<Exchange>(Exchange{std::move(request), std::move(completion)});
-    if (!isSendable(exchange->request)) {
+    if (!isSendable(exchange->request) || ProxyChoice::leadsNowhere(exchange->request.url)) {
         qCDebug(relayLog) << "There is no sending a request to" << loggable(exchange->request.url);
         complete(exchange, std::nullopt);
         return;

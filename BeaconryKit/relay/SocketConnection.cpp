@@ -36,7 +36,7 @@ void SocketConnection::resume() {
     if (m_state != State::fresh)
         return;
     m_state = State::connecting;
-    if (!areSendable(m_request.headers)) {
+    if (!areSendable(m_request.headers) || ProxyChoice::leadsNowhere(m_request.url)) {
         qCDebug(relayLog) << "There is no sending a handshake to" << loggable(m_request.url);
         fail();
         return;

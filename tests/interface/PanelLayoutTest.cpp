@@ -172,8 +172,9 @@ TEST(PanelWidth, GrowsWithTheTextThatTheUserSet) {
         AskStore store;
         auto screens = std::make_unique<FakeScreens>();
         FakeScreens* const seen = screens.get();
-        NotchPanelController controller(store, settings, dispatch, [](const AskEvent&, const AskAction&) {},
-                                        {std::move(screens), std::make_unique<FakePlatform>(), std::make_shared<InterfaceEngine>()});
+        NotchPanelController controller(
+            store, settings, dispatch, [](const AskEvent&, const AskAction&) {},
+            {std::move(screens), std::make_unique<FakePlatform>(), std::make_shared<InterfaceEngine>()});
         store.upsert(permissionAsk(QStringLiteral("a"), dispatch.now()));
         dispatch.runDue();
         EXPECT_GT(controller.panel().frame().width(), 460);

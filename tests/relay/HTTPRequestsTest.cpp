@@ -1,6 +1,7 @@
 #include "tests/relay/NetworkFixture.h"
 #include "tests/support/LogCapture.h"
 
+#include <QDir>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QTimer>
@@ -374,6 +375,24 @@ TEST_F(HTTPRequestsTest, AreNotLoggedUnlessAUserWantsIt) {
     EXPECT_EQ(outcome(get("/poll")), std::nullopt);
     EXPECT_THAT(log.messages(), IsEmpty());
 }
+
+#if defined(Q_OS_LINUX)
+TEST(NetworkThread, IsMadeByTheFirstUse) {
+    const auto threads = [] {
+        int count = 0;
+        const QDir tasks("/proc/self/task");
+        for (const QString& task : tasks.entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
+            QFile name(tasks.filePath(task + "/comm"));
+            count += name.open(QIODevice::ReadOnly) && name.readAll() == "pelorin.network\n";
+        }
+        return count;
+    };
+    NetworkTransport transport;
+    EXPECT_EQ(threads(), 0);
+    const auto task = transport.makeTask({.url = QUrl("ws://127.0.0.1:9/ws-mac"), .headers = {}, .timeout = 1s});
+    EXPECT_EQ(threads(), 1);
+}
+#endif
 
 } // namespace
 } // namespace pelorin

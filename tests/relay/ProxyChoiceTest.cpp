@@ -1,6 +1,7 @@
 #include "BeaconryKit/relay/ProxyChoice.h"
 
 #include "tests/relay/NetworkFixture.h"
+#include "tests/support/LogCapture.h"
 
 #include <map>
 
@@ -113,6 +114,39 @@ TEST_F(ProxyTest, IsAskedForSocketsToOtherMachines) {
         EXPECT_EQ(proxy.requests().last().target, target);
         EXPECT_EQ(proxy.requests().last().header("Authorization"), "");
     }
+}
+
+TEST_F(ProxyTest, MayKnowAReservedNameThatNobodyElseKnows) {
+    EXPECT_FALSE(ProxyChoice::leadsNowhere(QUrl("http://relay.invalid/poll")));
+    EXPECT_FALSE(ProxyChoice::leadsNowhere(QUrl("wss://relay.example/ws-mac")));
+}
+
+class WithoutAProxy : public ProxyTest {
+protected:
+    void SetUp() override {
+        NetworkFixture::SetUp();
+        environment.emplace(QByteArray());
+        transport.emplace();
+    }
+};
+
+TEST_F(WithoutAProxy, NothingIsSentToAReservedName) {
+    const LogCapture log("pelorin.relay");
+    EXPECT_EQ(get("https://relay.example/poll"), std::nullopt);
+    EXPECT_TRUE(LogCapture::contains("There is no sending a request to \"https://relay.example poll\""))
+        << LogCapture::messages().join('\n').toStdString();
+    std::atomic<bool> hasFailed = false;
+    const auto task = transport->makeTask({.url = QUrl("wss://relay.invalid/ws-mac"), .headers = {}, .timeout = 20s});
+    task->receive([&](const std::optional<SocketMessage>& message) { hasFailed = !message; });
+    task->resume();
+    EXPECT_TRUE(eventually([&] { return hasFailed.load(); }));
+    EXPECT_TRUE(LogCapture::contains("There is no sending a handshake to \"wss://relay.invalid ws-mac\""))
+        << LogCapture::messages().join('\n').toStdString();
+}
+
+TEST_F(WithoutAProxy, OtherNamesAreLookedUp) {
+    EXPECT_FALSE(ProxyChoice::leadsNowhere(QUrl("https://relay.test/poll")));
+    EXPECT_FALSE(ProxyChoice::leadsNowhere(QUrl("http://localhost/poll")));
 }
 
 } // namespace

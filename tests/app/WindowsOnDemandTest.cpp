@@ -1,6 +1,6 @@
 #include "BeaconryApp/AppDelegate.h"
 #include "tests/app/ShownWindows.h"
-#include "tests/support/EventLoop.h"
+#include "tests/support/Eventually.h"
 #include "tests/support/FakeHTTPTransport.h"
 #include "tests/support/FakeSocketTransport.h"
 #include "tests/support/FakeStatusItem.h"

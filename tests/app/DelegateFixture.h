@@ -1,14 +1,10 @@
 #pragma once
 
-#include "BeaconryApp/AppDelegate.h"
+#include "tests/app/RecordedMachine.h"
 #include "tests/support/FakeHTTPTransport.h"
 #include "tests/support/FakeSocketTransport.h"
-#include "tests/support/FakeStatusItem.h"
 #include "tests/support/ManualDispatch.h"
 #include "tests/support/MemoryUserDefaults.h"
-#include "tests/support/RecordingLauncher.h"
-#include "tests/support/RecordingRaiser.h"
-#include "tests/support/RecordingRunner.h"
 
 #include <QCoreApplication>
 #include <gmock/gmock.h>
@@ -16,7 +12,7 @@
 namespace pelorin {
 
 /// The whole application without a screen, on a manual clock and without a network.
-class DelegateFixture : public ::testing::Test {
+class DelegateFixture : public ::testing::Test, public RecordedMachine {
 protected:
     explicit DelegateFixture(const QJsonObject& settings = {}) : defaults(settings) {}
 
@@ -32,22 +28,9 @@ protected:
 
     ManualDispatch dispatch;
     MemoryUserDefaults defaults;
-    RecordingRunner runner;
-    RecordingLauncher launcher;
-    RecordingRaiser raiser;
     FakeHTTPTransport http;
     FakeSocketTransport sockets{dispatch};
-    StatusItemRecord statusItem;
-    AppDelegate delegate{{.dispatch = dispatch,
-                          .defaults = defaults,
-                          .runner = runner,
-                          .launcher = launcher,
-                          .raiser = raiser,
-                          .http = http,
-                          .sockets = sockets,
-                          .statusItem = [this] {
-                              return std::make_unique<FakeStatusItem>(statusItem);
-                          }}};
+    AppDelegate delegate{with(dispatch, defaults, http, sockets)};
 };
 
 } // namespace pelorin

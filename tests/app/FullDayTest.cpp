@@ -1,11 +1,13 @@
-#include "tests/app/DelegateFixture.h"
+#include "tests/app/RecordedMachine.h"
 #include "tests/app/RunningApplication.h"
 #include "tests/app/ShownWindows.h"
+#include "tests/support/MemoryUserDefaults.h"
 #include "tests/support/relay/TestRelay.h"
 
 #include "BeaconryKit/relay/NetworkTransport.h"
 
 #include <QJsonDocument>
+#include <gtest/gtest.h>
 
 #include <algorithm>
 #include <csignal>
@@ -20,24 +22,14 @@ const QString api = QStringLiteral("session-api");
 const QString web = QStringLiteral("session-web");
 
 /// The application with its windows, real hooks, a real network and a relay.
-class FullDay : public ::testing::Test {
+class FullDay : public ::testing::Test, public RecordedMachine {
 protected:
     void SetUp() override {
         relay.addToken(token);
         relay.setGreetsBack(true);
         ASSERT_TRUE(relay.start());
         defaults.values = {{"relayURL", relay.url()}, {"relayToken", token}};
-        delegate =
-            std::make_unique<AppDelegate>(AppDependencies{.dispatch = *dispatch,
-                                                          .defaults = defaults,
-                                                          .runner = runner,
-                                                          .launcher = launcher,
-                                                          .raiser = raiser,
-                                                          .http = network,
-                                                          .sockets = network,
-                                                          .statusItem = [this] {
-                                                              return std::make_unique<FakeStatusItem>(statusItem);
-                                                          }});
+        delegate = std::make_unique<AppDelegate>(with(*dispatch, defaults, network, network));
         ASSERT_EQ(delegate->start(0, Display::present), std::nullopt);
     }
 
@@ -93,11 +85,7 @@ protected:
     TestRelay relay;
     const std::unique_ptr<Dispatch> dispatch = makeSystemDispatch();
     MemoryUserDefaults defaults;
-    RecordingRunner runner;
-    RecordingLauncher launcher;
-    RecordingRaiser raiser;
     NetworkTransport network;
-    StatusItemRecord statusItem;
     std::unique_ptr<AppDelegate> delegate;
 };
 

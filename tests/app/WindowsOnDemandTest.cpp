@@ -1,13 +1,9 @@
-#include "BeaconryApp/AppDelegate.h"
+#include "tests/app/RecordedMachine.h"
 #include "tests/app/ShownWindows.h"
 #include "tests/support/Eventually.h"
 #include "tests/support/FakeHTTPTransport.h"
 #include "tests/support/FakeSocketTransport.h"
-#include "tests/support/FakeStatusItem.h"
 #include "tests/support/MemoryUserDefaults.h"
-#include "tests/support/RecordingLauncher.h"
-#include "tests/support/RecordingRaiser.h"
-#include "tests/support/RecordingRunner.h"
 
 #include <QTcpSocket>
 #include <gtest/gtest.h>
@@ -16,8 +12,9 @@ namespace pelorin {
 namespace {
 
 /// The whole application on a screen of its own.
-class WindowsOnDemand : public ::testing::Test {
+class WindowsOnDemand : public ::testing::Test, public RecordedMachine {
 protected:
+    explicit WindowsOnDemand(const QJsonObject& settings = {}) : defaults(settings) {}
     void SetUp() override { ASSERT_EQ(delegate.start(0, Display::present), std::nullopt); }
 
     /// Asks as a hook does, and goes on waiting.
@@ -33,22 +30,9 @@ protected:
 
     const std::unique_ptr<Dispatch> dispatch = makeSystemDispatch();
     MemoryUserDefaults defaults;
-    RecordingRunner runner;
-    RecordingLauncher launcher;
-    RecordingRaiser raiser;
     FakeHTTPTransport http;
     FakeSocketTransport sockets{*dispatch};
-    StatusItemRecord statusItem;
-    AppDelegate delegate{{.dispatch = *dispatch,
-                          .defaults = defaults,
-                          .runner = runner,
-                          .launcher = launcher,
-                          .raiser = raiser,
-                          .http = http,
-                          .sockets = sockets,
-                          .statusItem = [this] {
-                              return std::make_unique<FakeStatusItem>(statusItem);
-                          }}};
+    AppDelegate delegate{with(*dispatch, defaults, http, sockets)};
     QTcpSocket hook;
 };
 
@@ -59,7 +43,13 @@ TEST_F(WindowsOnDemand, ThePanelIsMadeForTheFirstAsk) {
     EXPECT_EQ(QGuiApplication::allWindows().size(), 1);
 }
 
-TEST_F(WindowsOnDemand, WhileSilentNoPanelIsMade) {
+/// With a relay, asks wait for an answer also while nothing is shown.
+class WindowsOnDemandWithARelay : public WindowsOnDemand {
+protected:
+    WindowsOnDemandWithARelay() : WindowsOnDemand({{"relayURL", "https://relay.test"}, {"relayToken", "secret"}}) {}
+};
+
+TEST_F(WindowsOnDemandWithARelay, WhileSilentNoPanelIsMade) {
     choose(MenuAction::toggleSilentMode);
     ASSERT_TRUE(eventually([&] { return isSilent(); }));
     ask();

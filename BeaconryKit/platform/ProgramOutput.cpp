@@ -117,8 +117,8 @@ std::optional<QByteArray> collectOutput(ChildProcess::Launch launch, Duration ti
     const Moment deadline = std::chrono::steady_clock::now() + timeout;
     auto pipe = Pipe::make();
     const FileDescriptor nowhere(open("/dev/null", O_WRONLY | O_CLOEXEC));
-    const auto reader = pipe ? OutputReader::start(std::move(pipe->readEnd), limit) : nullptr;
-    if (!reader || !nowhere.isOpen())
+    const auto reader = pipe && nowhere.isOpen() ? OutputReader::start(std::move(pipe->readEnd), limit) : nullptr;
+    if (!reader)
         return std::nullopt;
     launch.standardOutput = pipe->writeEnd.number();
     launch.standardError = nowhere.number();
@@ -138,9 +138,9 @@ std::optional<QByteArray> collectOutput(ChildProcess::Launch launch, Duration ti
 tl::expected<ProgramOutcome, std::error_code> runToEnd(ChildProcess::Launch launch) {
     auto pipe = Pipe::make();
     const FileDescriptor nothing(open("/dev/null", O_RDONLY | O_CLOEXEC));
-    const auto reader =
-        pipe ? OutputReader::start(std::move(pipe->readEnd), std::numeric_limits<qsizetype>::max()) : nullptr;
-    if (!reader || !nothing.isOpen())
+    constexpr qsizetype limit = std::numeric_limits<qsizetype>::max();
+    const auto reader = pipe && nothing.isOpen() ? OutputReader::start(std::move(pipe->readEnd), limit) : nullptr;
+    if (!reader)
         return tl::unexpected(std::error_code(errno, std::generic_category()));
     launch.standardInput = nothing.number();
     launch.standardOutput = pipe->writeEnd.number();

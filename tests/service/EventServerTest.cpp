@@ -4,8 +4,10 @@
 #include <asio.hpp>
 #include <gmock/gmock.h>
 
+#include <array>
 #include <atomic>
 #include <condition_variable>
+#include <cstdio>
 #include <deque>
 #include <future>
 #include <mutex>

@@ -47,9 +47,9 @@ TEST(ListDifferenceTest, GoesThereInAsFewStepsAsLeadThere) {
         {"be", "abcdef", {{Kind::insert, 0, 0}, {Kind::insert, 2, 3}, {Kind::insert, 5, 5}}},
         {"abcd", "bcda", {{Kind::move, 0, 0, 4}}},
         {"abcd", "dabc", {{Kind::move, 3, 3, 0}}},
-        {"abcd", "acbd", {{Kind::move, 2, 2, 1}}},
-        {"abc", "cba", {{Kind::move, 1, 1, 0}, {Kind::move, 2, 2, 0}}},
-        {"abcd", "xdb", {{Kind::remove, 2, 2}, {Kind::remove, 0, 0}, {Kind::move, 1, 1, 0}, {Kind::insert, 0, 0}}},
+        {"abcd", "acbd", {{Kind::move, 1, 1, 3}}},
+        {"abc", "cba", {{Kind::move, 1, 1, 3}, {Kind::move, 0, 0, 3}}},
+        {"abcd", "xdb", {{Kind::remove, 2, 2}, {Kind::remove, 0, 0}, {Kind::move, 0, 0, 2}, {Kind::insert, 0, 0}}},
     };
     for (const Case& each : cases)
         EXPECT_THAT(listDifference(letters(each.before), letters(each.after)), ElementsAreArray(each.steps))

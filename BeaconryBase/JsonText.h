@@ -6,8 +6,8 @@
 
 namespace pelorin {
 
-// What stands here reads JSON text that `ObjectScanner` has found complete, and writes such text. Given any other text,
-// the readers still stay inside it, but what they find means nothing.
+// Reads and writes JSON text. The readers take text that `ObjectScanner` has found complete. They never read beyond any
+// other text either, but their results then mean nothing.
 
 /// A member of an object: its name as it stands, quotes and escapes included, and its value's text.
 struct JsonMember {
@@ -56,8 +56,8 @@ bool isUtf8(std::string_view text);
 /// Appends the text as a JSON string, quotes included. A byte that is not part of valid UTF-8 becomes U+FFFD.
 void appendJsonString(std::string& out, std::string_view text);
 
-/// Appends a value's text as it stands, but for what no JSON reader has to accept inside a string: a raw control
-/// character is written as its escape, and a byte that is not part of valid UTF-8 becomes U+FFFD.
+/// Appends a value's text, and repairs its strings. A raw control character becomes its escape, and a byte that is not
+/// part of valid UTF-8 becomes U+FFFD. All else stays as it stands.
 void appendRepaired(std::string& out, std::string_view value);
 
 } // namespace pelorin

@@ -10,9 +10,9 @@ namespace pelorin {
 /// Finds the end of one JSON object in bytes that arrive in pieces, and checks on the way that it is one. The outcome
 /// depends on the bytes alone, not on how they were cut into pieces.
 ///
-/// It is more lenient than the grammar in one respect: inside a string any byte may stand, raw control characters and
-/// invalid UTF-8 included, since CLIs have been seen to send them. `appendRepaired` makes good what this lets through.
-/// Who is strict asks `rawControl` and `isUtf8`.
+/// It is more lenient than the grammar in one respect: a string may hold any byte, raw control characters and invalid
+/// UTF-8 included, since CLIs have been seen to send them. `appendRepaired` repairs such strings. A strict reader
+/// refuses them by `rawControl` and `isUtf8`.
 ///
 /// It is no library's, for these reasons. It takes the strings that CLIs really send. The setup program needs the place
 /// of every part, since it leaves the rest of a file as it stands, byte for byte. And no library at hand pays: in the
@@ -20,7 +20,7 @@ namespace pelorin {
 /// 270, and nlohmann-json took three times as long.
 class ObjectScanner {
 public:
-    /// Objects and arrays may stand in each other this deep, the outermost one counted: what the application reads too.
+    /// Objects and arrays may be nested this deep, the outermost one counted. The application reads no deeper either.
     static constexpr std::size_t maximumDepth = 1023;
 
     enum class Progress {
@@ -40,7 +40,7 @@ public:
     /// The number of bytes taken: once complete, the object's last byte is the last of these.
     std::size_t consumed() const { return m_consumed; }
 
-    /// How deep objects and arrays have stood in each other so far, the outermost one counted.
+    /// How deep objects and arrays have been nested so far, the outermost one counted.
     std::size_t deepest() const { return m_deepest; }
 
     /// Where the first raw control character inside a string stands, if there is one.

@@ -31,9 +31,8 @@ struct CliAdapter {
 
     Environment environment = Environment::ofTheSession;
 
-    /// Puts what the CLI says in words of its own into those that the application knows: the names of tools and of
-    /// their inputs, and what a notice is about. What is composed for it is kept in `texts`. Null where the CLI uses
-    /// the application's words.
+    /// Translates the CLI's words into the application's: the names of tools and of their inputs, and what a notice is
+    /// about. New texts are kept in `texts`. Null where the CLI uses the application's words.
     void (*translate)(std::string_view object, Payload& payload, PayloadTexts& texts) = nullptr;
 
     /// The text of the notice that stands in for a permission request which can't be answered by allowing or denying,

@@ -27,9 +27,9 @@ struct HookPost {
     Reply reply = Reply::ignored;
 };
 
-/// Plans the call's one post; nothing when there is nothing to send that the application would take. `adapter` is that
-/// of the CLI that has composed the payload, if it has one; `requestId` is used only for what becomes a permission
-/// request, `start` only for a session that begins.
+/// Plans the call's one post; nothing when the application would not take it. `adapter` is that of the CLI that has
+/// composed the payload, or null. `requestId` is used for a permission request only, `start` for the start of a session
+/// only.
 std::optional<HookPost> planPost(const HookCall& call, const CliAdapter* adapter, const Payload& payload,
                                  const HookEnvironment& environment, std::string_view requestId,
                                  const SessionStart& start);

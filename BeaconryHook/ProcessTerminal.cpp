@@ -8,7 +8,7 @@ namespace pelorin::hook {
 
 namespace {
 
-// More than any real chain of parents; it only bounds what a broken answer of the system could do.
+// No real chain of parents is that long. The limit only ends a circle in a broken answer of the system.
 constexpr int ancestorLimit = 64;
 
 } // namespace

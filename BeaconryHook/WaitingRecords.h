@@ -8,11 +8,11 @@
 namespace pelorin::hook {
 
 // A CLI does not tell a waiting hook that the user has answered at the CLI's own prompt. So every waiting helper leaves
-// a record of itself, by which a later hook of the same session finds it and ends it. Without a place for the records
-// all goes on without them: the request then stays until it expires.
+// a record of itself. A later hook of the same session finds it there, and ends the helper. Without a place for records
+// the request stays until it expires.
 
-/// A directory of the user's own that nobody else can look into: `runtimeDirectory` if that is set, else one of ours in
-/// `temporaryDirectory`, or in /tmp. It is made where it is missing. Empty when there is none that can be trusted.
+/// A directory for the records that only the user can look into, made where it is missing: in `runtimeDirectory` if
+/// that is set, else in `temporaryDirectory`, or in /tmp. Empty when none can be trusted.
 std::string recordDirectory(std::string_view runtimeDirectory, std::string_view temporaryDirectory);
 
 /// What has become of a helper's record.
@@ -25,15 +25,15 @@ enum class Recording {
     impossible
 };
 
-/// Records that this process waits for an answer to the call. `origin` names the way that the request has taken: two
-/// requests that are alike and have come by the same way are two.
+/// Records that this process waits for an answer to the call. `origin` names the way that the request has taken. Equal
+/// requests of one origin are two requests; equal requests of two origins are one.
 Recording recordWaiting(const std::string& directory, const ToolCall& call, std::string_view origin);
 
 /// Removes this process's record. Safe in a signal handler.
 void forgetRecord();
 
-/// Ends the helpers that wait for answers to requests of the call's session, as far as `ending` goes; of two that wait
-/// for the same call, the one that came first. Records of helpers that are no more are removed.
+/// Ends the helpers of the call's session that `ending` selects. Where two wait for the same call, the older one is
+/// ended. Records of helpers that have ended are removed.
 void endWaiting(const std::string& directory, const ToolCall& call, Ending ending);
 
 } // namespace pelorin::hook

@@ -31,12 +31,12 @@ using namespace pelorin::hook;
 
 // All in milliseconds.
 constexpr int inputWait = 3'000;
-// For connecting, and for sending what nobody waits for: an application that hangs must not hold up a CLI.
+// For connecting, and for sending a post without a reply: an application that hangs must not hold up a CLI.
 constexpr int serviceWait = 1'000;
 // A little less than the time after which the CLIs give up a hook by themselves.
 constexpr int decisionWait = 590'000;
 
-// Skips what a program does at its end: nothing here needs it, and it is safe in a signal handler.
+// Ends without the usual clean-up, which nothing here needs. Safe in a signal handler.
 [[noreturn]] void leave() {
     forgetRecord();
     _exit(0);

@@ -6,7 +6,7 @@ namespace pelorin::setup {
 
 namespace {
 
-// The name of the variable is what tells our commands from others, for the program and for who reads the settings.
+// The name of the variable marks our commands, for the program and for the reader of the settings.
 constexpr std::string_view commandStart = "pelorin=";
 
 constexpr std::string_view scriptNames[] = {

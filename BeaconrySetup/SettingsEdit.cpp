@@ -454,7 +454,7 @@ tl::expected<SettingsImage, Refusal> inserted(const SettingsImage& image, const 
 
 // Finding.
 
-/// Whether the value is an object of exactly these members. The command is compared by what it means.
+/// Whether the value is an object of exactly these members. The command may be escaped in any way.
 bool isEntry(std::string_view value, const HookEntry& entry, HookLayout layout) {
     std::size_t count = 0;
     JsonMemberReader members(value);

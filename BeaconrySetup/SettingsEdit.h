@@ -11,9 +11,9 @@
 
 namespace pelorin::setup {
 
-// Edits the text of a settings file that belongs to somebody else: what is not ours stays as it stands, byte for byte,
-// and what is added is taken out again without a trace. What has to be remembered for that is told by the layout of
-// what is added, so that no second file has to be kept in step:
+// Edits the text of a settings file that belongs to somebody else. Foreign text stays as it stands, byte for byte. Our
+// additions are taken out again without a trace. Their layout tells what has to be remembered for that, so that no
+// second file has to be kept in step:
 //
 // - a list or object that was there before us, and empty, gets a blank line before what is put into it;
 // - a file that was not there, or held nothing but white space, gets blank lines at its end, one more for every folder

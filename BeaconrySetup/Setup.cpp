@@ -14,7 +14,7 @@ namespace {
 
 using Outcome = Report::Outcome;
 
-/// What is to stand at a path, or why nothing is to be done to what stands there.
+/// The file that is wanted, or why the present one is left alone.
 using Wish = tl::expected<DesiredFile, std::string>;
 
 SettingsImage imageOf(const FileState& state) {

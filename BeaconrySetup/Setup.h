@@ -8,7 +8,7 @@ namespace pelorin::setup {
 
 enum class Action { install, uninstall, status };
 
-/// Whether files are changed, or only told what would become of them.
+/// Whether files are changed, or the changes are only shown.
 enum class Writing { real, dryRun };
 
 /// What a run has to say.
@@ -27,7 +27,7 @@ struct Request {
     ToolQuestions questions = ToolQuestions::off;
 };
 
-/// Does what is asked for with the target's file, as a guest there.
+/// Carries out the request on the target's file.
 Report run(const Request& request, const SetupEnvironment& environment);
 
 } // namespace pelorin::setup

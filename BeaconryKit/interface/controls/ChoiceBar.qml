@@ -54,8 +54,9 @@ FocusScope {
                 required property int index
                 required property string modelData
 
-                readonly property ChoiceBar bar: parent && parent.parent ? parent.parent as ChoiceBar : null
-                readonly property bool isCurrent: bar && index === bar.current
+                // Untyped: the QML compiler of Qt 6.8 takes a cast to the file's own type for undefined.
+                readonly property var bar: parent ? parent.parent : null
+                readonly property bool isCurrent: bar ? index === bar.current : false
 
                 Accessible.checkable: true
                 Accessible.checked: isCurrent

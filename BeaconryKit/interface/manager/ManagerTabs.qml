@@ -62,10 +62,11 @@ Rectangle {
                 required property int index
                 required property string title
 
-                readonly property ManagerTabs tabs: parent && parent.parent ? parent.parent as ManagerTabs : null
+                // Untyped: the QML compiler of Qt 6.8 takes a cast to the file's own type for undefined.
+                readonly property var tabs: parent ? parent.parent : null
 
                 badge: tabs && index === 0 ? tabs.pendingCount : 0
-                isCurrent: tabs && index === tabs.current
+                isCurrent: tabs ? index === tabs.current : false
                 name: title
 
                 Keys.onLeftPressed: tabs.step(-1)

@@ -9,7 +9,8 @@ AskList {
     Accessible.role: Accessible.List
 
     delegate: PendingRow {
-        readonly property PendingList rows: ListView.view as PendingList
+        // Untyped: the QML compiler of Qt 6.8 takes a cast to the file's own type for undefined.
+        readonly property var rows: ListView.view
 
         actions: rows ? rows.actions : null
         shift: rows ? rows.shift : 0

@@ -13,7 +13,8 @@ Card {
         model: card.phone.phones
 
         PhoneRow {
-            readonly property PhoneCard card: parent && parent.parent ? parent.parent as PhoneCard : null
+            // Untyped: the QML compiler of Qt 6.8 takes a cast to the file's own type for undefined.
+            readonly property var card: parent ? parent.parent : null
 
             phone: card ? card.phone : null
             width: parent ? parent.width : 0

@@ -15,7 +15,8 @@ ListView {
     model: manager.sessions
 
     delegate: SessionRow {
-        readonly property SessionRows list: ListView.view as SessionRows
+        // Untyped: the QML compiler of Qt 6.8 takes a cast to the file's own type for undefined.
+        readonly property var list: ListView.view
 
         manager: list ? list.manager : null
         width: list ? list.width : 0

@@ -22,7 +22,8 @@ AskList {
     actions: panel
 
     delegate: PanelRow {
-        readonly property PanelList rows: ListView.view as PanelList
+        // Untyped: the QML compiler of Qt 6.8 takes a cast to the file's own type for undefined.
+        readonly property var rows: ListView.view
 
         panel: rows ? rows.panel : null
         shift: rows ? rows.shift : 0

@@ -3,6 +3,7 @@
 #include "BeaconryKit/platform/ThreadName.h"
 
 #include <asio/executor_work_guard.hpp>
+#include <asio/posix/stream_descriptor.hpp>
 
 #include <memory>
 #include <mutex>
@@ -16,6 +17,8 @@ namespace {
 asio::io_context* startLoop() {
     try {
         auto context = std::make_unique<asio::io_context>(1);
+        // What the loop itself needs of the system it gets here, or not at all: later, nobody would expect the failure.
+        asio::posix::stream_descriptor{*context};
         std::thread([loop = context.get()] {
             setCurrentThreadName("com.pelorin.loop");
             const auto keepRunning = asio::make_work_guard(*loop);

@@ -124,11 +124,15 @@ TEST(ChildProcess, ManyNeedNoThreadEach) {
 }
 
 TEST(ChildProcess, IsNothingWithoutDescriptors) {
-    const SoftDescriptorLimit none(0);
-    const auto child = ChildProcess::start(shell("exit 0"));
-    ASSERT_FALSE(child);
-    EXPECT_EQ(child.error(), std::errc::too_many_files_open);
-    EXPECT_FALSE(outputOf("echo x"));
+    std::error_code error;
+    {
+        const SoftDescriptorLimit none(0);
+        const auto child = ChildProcess::start(shell("exit 0"));
+        ASSERT_FALSE(child);
+        error = child.error();
+        EXPECT_FALSE(outputOf("echo x"));
+    }
+    EXPECT_EQ(error, std::errc::too_many_files_open);
 }
 
 TEST(ChildProcess, LeavesNoZombieWhenItsHandleIsDropped) {

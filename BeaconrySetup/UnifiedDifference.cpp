@@ -11,7 +11,10 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#if defined(__APPLE__)
+// Other systems declare it.
 extern char** environ;
+#endif
 
 namespace pelorin::setup {
 

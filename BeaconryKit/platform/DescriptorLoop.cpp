@@ -18,7 +18,7 @@ asio::io_context* startLoop() {
     try {
         auto context = std::make_unique<asio::io_context>(1);
         // What the loop itself needs of the system it gets here, or not at all: later, nobody would expect the failure.
-        asio::posix::stream_descriptor{*context};
+        const asio::posix::stream_descriptor first(*context);
         std::thread([loop = context.get()] {
             setCurrentThreadName("com.pelorin.loop");
             const auto keepRunning = asio::make_work_guard(*loop);

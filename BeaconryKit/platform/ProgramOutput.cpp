@@ -30,7 +30,7 @@ public:
         asio::io_context* const loop = descriptorLoop();
         if (!loop || !makeNonBlocking(pipe))
             return nullptr;
-        const auto reader = std::make_shared<OutputReader>(*loop, std::move(pipe), limit);
+        auto reader = std::make_shared<OutputReader>(*loop, std::move(pipe), limit);
         asio::error_code error;
         reader->m_stream.assign(reader->m_pipe.number(), error);
         if (error)

@@ -90,6 +90,7 @@ std::vector<std::uint32_t> XDisplay::numbers(xcb_get_property_cookie_t cookie) {
 std::vector<ManagedWindow> XDisplay::managedWindows() {
     const std::vector<std::uint32_t> windows = numbers(askFor(m_root, clientList, XCB_ATOM_WINDOW));
     std::vector<xcb_get_property_cookie_t> cookies;
+    cookies.reserve(windows.size());
     for (const xcb_window_t window : windows)
         cookies.push_back(askFor(window, processId, XCB_ATOM_CARDINAL));
     std::vector<ManagedWindow> managed;

@@ -13,6 +13,7 @@
 #include <QQuickWindow>
 
 #include <cstdio>
+#include <sys/socket.h>
 #include <unistd.h>
 
 // The time from a hook's first byte to the first painted frame of the panel, against the first frame of an empty window
@@ -42,9 +43,12 @@ public:
 private:
     bool eventFilter(QObject* object, QEvent* event) override {
         if (event->type() == QEvent::Expose && !m_window) {
-            m_window = qobject_cast<QQuickWindow*>(object);
-            if (m_window)
-                connect(m_window, &QQuickWindow::frameSwapped, &m_loop, &QEventLoop::quit, Qt::DirectConnection);
+            auto* const window = qobject_cast<QQuickWindow*>(object);
+            // A window that is hidden hears of it in the same way.
+            if (!window || !window->isExposed())
+                return false;
+            m_window = window;
+            connect(m_window, &QQuickWindow::frameSwapped, &m_loop, &QEventLoop::quit, Qt::DirectConnection);
         }
         return false;
     }
@@ -111,7 +115,9 @@ int main(int argc, char** argv) {
         int hook = -1;
         const Appearance panel = firstFrame([&] { hook = sendOnly(delegate.port(), request); });
         ours.push_back(panel.seconds);
-        // Its row goes with the hook.
+        // Its row goes with the hook, which resets its connection as it leaves.
+        const linger atOnce{.l_onoff = 1, .l_linger = 0};
+        setsockopt(hook, SOL_SOCKET, SO_LINGER, &atOnce, sizeof atOnce);
         close(hook);
         waitUntilHidden(*panel.window);
     }

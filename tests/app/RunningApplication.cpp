@@ -59,7 +59,8 @@ RunningApplication::RunningApplication(const QJsonObject& settings, Screen scree
 
 std::vector<std::string> RunningApplication::environment() const {
     std::vector<std::string> variables{
-        "HOME=" + m_home.path().toStdString(), "XDG_RUNTIME_DIR=" + m_home.path().toStdString(),
+        // The toolkit complains about a locale without UTF-8.
+        "LANG=C.UTF-8", "HOME=" + m_home.path().toStdString(), "XDG_RUNTIME_DIR=" + m_home.path().toStdString(),
         "BEACONRY_PORT=" + std::to_string(m_port), std::string("PATH=") + std::getenv("PATH"),
         "PELORIN_HOOK_HELPER=" PELORIN_BINARY_DIR "/pelorin-hook",
         // Nobody answers there: what would go to another machine stays on this one.

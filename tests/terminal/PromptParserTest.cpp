@@ -8,6 +8,7 @@
 
 #include <chrono>
 #include <random>
+#include <unicode/uchar.h>
 
 namespace pelorin {
 namespace {
@@ -194,7 +195,10 @@ TEST(PromptParser, ReadsEveryCharacterAsIcuDoes) {
         for (char32_t character = first; character < first + batch; ++character) {
             const QString text = character <= 0xffff ? QString(QChar(static_cast<char16_t>(character)))
                                                      : QString::fromUcs4(&character, 1);
-            if (character == u'\n')
+            // What is younger only one of the two may know.
+            UVersionInfo age{};
+            u_charAge(static_cast<UChar32>(character), age);
+            if (character == u'\n' || age[0] > 15)
                 continue;
             start += text + "1. a\n";
             if (character <= 0xffff)

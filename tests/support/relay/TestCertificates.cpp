@@ -47,9 +47,19 @@ std::optional<TestCertificates> TestCertificates::make(const QString& folder, Se
     const QString extensions = folder + "/server.ext";
     const bool isForOther = server == Server::anotherName;
     const QByteArray names = isForOther ? "DNS:another.example" : "IP:127.0.0.1,DNS:localhost";
-    // Dates count from now; openssl counts days backwards as well.
-    const QString days = server == Server::expired ? "-1" : "1";
     const QStringList newKey{"-newkey", "ec", "-pkeyopt", "ec_paramgen_curve:prime256v1", "-nodes"};
+    const auto signFor = [&](const QStringList& validity) {
+        return openssl(QStringList{"x509", "-req", "-in", request, "-CA", files.authority, "-CAkey", authorityKey,
+                                   "-CAcreateserial", "-extfile", extensions, "-out", files.certificate} +
+                       validity);
+    };
+    // Days count from now. Versions that don't count them backwards take dates.
+    const auto sign = [&] {
+        return server == Server::expired
+                   ? signFor({"-days", "-1"}) ||
+                         signFor({"-not_before", "20200101000000Z", "-not_after", "20200102000000Z"})
+                   : signFor({"-days", "1"});
+    };
     const bool isMade =
         write(extensions, "basicConstraints=CA:FALSE\nsubjectAltName=" + names + "\n") &&
         openssl(QStringList{"req", "-x509"} + newKey +
@@ -57,8 +67,7 @@ std::optional<TestCertificates> TestCertificates::make(const QString& folder, Se
                             "/CN=Pelorin test authority", "-addext", "keyUsage=critical,keyCertSign"}) &&
         openssl(QStringList{"req"} + newKey +
                 QStringList{"-keyout", files.key, "-out", request, "-subj", "/CN=Pelorin test relay"}) &&
-        openssl({"x509", "-req", "-in", request, "-CA", files.authority, "-CAkey", authorityKey, "-CAcreateserial",
-                 "-days", days, "-extfile", extensions, "-out", files.certificate});
+        sign();
     return isMade ? std::optional(files) : std::nullopt;
 }
 

@@ -6,8 +6,6 @@
 
 #include <QThread>
 
-#include <algorithm>
-
 namespace pelorin {
 
 AskAnswering::AskAnswering(const AskAnsweringParts& parts)
@@ -46,13 +44,11 @@ void AskAnswering::expand(const QString& id) {
             this, [this, id] { expand(id); }, Qt::BlockingQueuedConnection);
         return;
     }
-    const SharedAsks& asks = m_parts.store.asks();
-    const auto row = std::find_if(asks.begin(), asks.end(), [&](const auto& ask) { return ask->id() == id; });
-    if (row == asks.end())
+    const SharedAsk ask = m_parts.store.ask(id);
+    if (!ask)
         return;
-    const AskEvent ask = **row;
-    if (const auto screen = TerminalCapture::screen(target(ask), m_parts.runner))
-        m_parts.store.upsert(expandedAsk(ask, *screen));
+    if (const auto screen = TerminalCapture::screen(target(*ask), m_parts.runner))
+        m_parts.store.upsert(expandedAsk(*ask, *screen));
 }
 
 SessionTarget AskAnswering::target(const AskEvent& ask) const {

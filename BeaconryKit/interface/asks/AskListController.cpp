@@ -4,7 +4,6 @@
 
 #include <QLoggingCategory>
 
-#include <algorithm>
 #include <utility>
 
 namespace pelorin {
@@ -58,19 +57,18 @@ void AskListController::disarm() {
 
 void AskListController::report(const QString& askId, const AskAction& action) {
     const SharedAsk seen = m_asks.ask(askId);
-    const SharedAsks& asks = m_store.asks();
-    const auto current = std::ranges::find_if(asks, [&](const SharedAsk& row) { return row->id() == askId; });
+    const SharedAsk current = m_store.ask(askId);
     // The row has been answered on this very turn, and the view does not know it yet.
-    if (!seen || current == asks.end()) {
+    if (!seen || !current) {
         qCDebug(logAsks) << "An action came too late for" << askId;
         return;
     }
-    if (std::holds_alternative<AskAction::Option>(action.value) && seen->options != (*current)->options) {
+    if (std::holds_alternative<AskAction::Option>(action.value) && seen->options != current->options) {
         qCDebug(logAsks) << "The options are no longer those that were picked from:" << askId;
         return;
     }
-    // The handler may withdraw the row from the store, so it gets a copy.
-    m_onAction(AskEvent(**current), action);
+    // The handler may withdraw the row from the store: it stays for as long as it is held here.
+    m_onAction(*current, action);
 }
 
 void AskListController::refreshCountdown() {

@@ -1,14 +1,23 @@
 #include "BeaconryKit/interface/manager/RecordListModel.h"
 
+#include "BeaconryKit/interface/asks/ListDifference.h"
+
 #include <QSet>
 
-#include <algorithm>
+#include <utility>
 
 namespace pelorin {
 
 namespace {
 
 constexpr int firstRole = Qt::UserRole + 1;
+
+QStringList identities(const QList<RecordListModel::Record>& records) {
+    QStringList ids;
+    for (const RecordListModel::Record& record : records)
+        ids.append(record.id);
+    return ids;
+}
 
 } // namespace
 
@@ -40,49 +49,32 @@ void RecordListModel::sync(const QList<Record>& wanted) {
     if (records == m_records)
         return;
     const qsizetype before = m_records.size();
-    removeMissing(records);
-    for (qsizetype i = 0; i < records.size(); ++i)
-        put(static_cast<int>(i), records[i]);
+    for (const ListStep& step : listDifference(identities(m_records), identities(records)))
+        carryOut(step, records);
+    for (int i = 0; i < rowCount(); ++i)
+        update(i, records[i]);
     if (before != m_records.size())
         emit countChanged();
 }
 
-void RecordListModel::removeMissing(const QList<Record>& wanted) {
-    QSet<QString> ids;
-    for (const Record& record : wanted)
-        ids.insert(record.id);
-    const auto stays = [&](int position) {
-        return ids.contains(m_records[position].id);
-    };
-    for (int last = rowCount() - 1; last >= 0; --last) {
-        if (stays(last))
-            continue;
-        int first = last;
-        while (first > 0 && !stays(first - 1))
-            --first;
-        beginRemoveRows({}, first, last);
-        m_records.remove(first, last - first + 1);
+void RecordListModel::carryOut(const ListStep& step, const QList<Record>& wanted) {
+    switch (step.kind) {
+    case ListStep::Kind::remove:
+        beginRemoveRows({}, step.first, step.last);
+        m_records.remove(step.first, step.last - step.first + 1);
         endRemoveRows();
-        last = first;
-    }
-}
-
-void RecordListModel::put(int position, const Record& record) {
-    const auto from = m_records.begin() + position;
-    const auto found = std::find_if(from, m_records.end(), [&](const Record& other) { return other.id == record.id; });
-    if (found == m_records.end()) {
-        beginInsertRows({}, position, position);
-        m_records.insert(position, record);
-        endInsertRows();
-        return;
-    }
-    if (found != from) {
-        const int old = static_cast<int>(found - m_records.begin());
-        beginMoveRows({}, old, old, {}, position);
-        m_records.move(old, position);
+        break;
+    case ListStep::Kind::move:
+        beginMoveRows({}, step.first, step.last, {}, step.to);
+        m_records.move(step.first, step.first < step.to ? step.to - 1 : step.to);
         endMoveRows();
+        break;
+    case ListStep::Kind::insert:
+        beginInsertRows({}, step.first, step.last);
+        for (int i = step.first; i <= step.last; ++i)
+            m_records.insert(i, wanted[i]);
+        endInsertRows();
     }
-    update(position, record);
 }
 
 void RecordListModel::update(int position, const Record& record) {

@@ -9,6 +9,8 @@
 
 namespace pelorin {
 
+struct ListStep;
+
 /// A list of plain records as QML shows it. It follows a list that is made elsewhere by the records' identities, so
 /// that a row that stays keeps its place in the scene. Main thread.
 class RecordListModel : public QAbstractListModel {
@@ -43,8 +45,7 @@ signals:
     void countChanged();
 
 private:
-    void removeMissing(const QList<Record>& wanted);
-    void put(int position, const Record& record);
+    void carryOut(const ListStep& step, const QList<Record>& wanted);
     void update(int position, const Record& record);
 
     QHash<int, QByteArray> m_roleNames;

@@ -15,13 +15,13 @@ namespace {
 using Outcome = Report::Outcome;
 
 /// The file that is wanted, or why the present one is left alone.
-using Wish = tl::expected<DesiredFile, std::string>;
+using Desired = tl::expected<DesiredFile, std::string>;
 
 SettingsImage imageOf(const FileState& state) {
     return {state.text, state.missingFolders};
 }
 
-DesiredFile wishFor(SettingsImage image) {
+DesiredFile desiredFrom(SettingsImage image) {
     return {std::move(image.text), image.missingFolders};
 }
 
@@ -72,7 +72,7 @@ private:
         return !m_text || state.text->starts_with(*m_text) ? HookState::current : HookState::damaged;
     }
 
-    Wish wishUpon(const FileState& state) const {
+    Desired desiredFor(const FileState& state) const {
         if (!m_target.plan)
             return isInstall() ? ownFile(state) : withoutOwnFile(state);
         if (isInstall()) {
@@ -80,11 +80,11 @@ private:
             if (!image)
                 return tl::unexpected(
                     refusal(image.error(), "To have the hooks all the same, put this into it:\n" + linesToAdd(m_plan)));
-            DesiredFile wish = wishFor(std::move(*image));
+            DesiredFile desired = desiredFrom(std::move(*image));
             // What holds hooks of ours is no original.
             if (stateOf(state) == HookState::absent)
-                wish.copyPath = m_copyPath;
-            return wish;
+                desired.copyPath = m_copyPath;
+            return desired;
         }
         // What can't be read can't hold hooks either that were put in by us and have a chance to run.
         if (state.text && state.text->find("\"pelorin=") == std::string::npos &&
@@ -94,7 +94,7 @@ private:
         if (!image)
             return tl::unexpected(refusal(
                 image.error(), "To be rid of the hooks, take out every entry whose command begins with pelorin="));
-        return wishFor(std::move(*image));
+        return desiredFrom(std::move(*image));
     }
 
     std::string refusal(const Refusal& why, const std::string& advice) const {
@@ -103,7 +103,7 @@ private:
 
     // A file that is wholly ours tells by the empty lines at its end how many folders were made for it.
 
-    Wish ownFile(const FileState& state) const {
+    Desired ownFile(const FileState& state) const {
         if (!state.text)
             return DesiredFile{*m_text + std::string(state.missingFolders, '\n')};
         if (!state.text->starts_with(m_target.textStart))
@@ -111,7 +111,7 @@ private:
         return DesiredFile{*m_text + std::string(madeFolders(*state.text), '\n')};
     }
 
-    Wish withoutOwnFile(const FileState& state) const {
+    Desired withoutOwnFile(const FileState& state) const {
         if (!state.text || !state.text->starts_with(m_target.textStart))
             return DesiredFile{state.text};
         return DesiredFile{std::nullopt, madeFolders(*state.text)};
@@ -145,15 +145,15 @@ private:
         const auto state = readFile(m_path);
         if (!state)
             return failure(state.error());
-        const Wish wish = wishUpon(*state);
-        if (!wish)
-            return failure(wish.error());
-        if (wish->text == state->text)
+        const Desired desired = desiredFor(*state);
+        if (!desired)
+            return failure(desired.error());
+        if (desired->text == state->text)
             return success("nothing would change.");
-        const std::string event = !state->text  ? " would be made:\n"
-                                  : !wish->text ? " would be removed:\n"
-                                                : " would change:\n";
-        Report report = success(m_path + event + unifiedDifference(m_path, state->text, wish->text));
+        const std::string event = !state->text     ? " would be made:\n"
+                                  : !desired->text ? " would be removed:\n"
+                                                   : " would change:\n";
+        Report report = success(m_path + event + unifiedDifference(m_path, state->text, desired->text));
         report.text.pop_back();
         return report;
     }
@@ -162,7 +162,7 @@ private:
         HookState before = HookState::absent;
         const auto change = editFile(m_path, [&](const FileState& state) {
             before = stateOf(state).value_or(HookState::absent);
-            return wishUpon(state);
+            return desiredFor(state);
         });
         if (!change)
             return failure(change.error());

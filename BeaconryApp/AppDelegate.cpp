@@ -8,6 +8,7 @@ namespace pelorin {
 
 AppDelegate::AppDelegate(const AppDependencies& dependencies)
     : m_dependencies(dependencies),
+      m_requestDetails(m_store),
       m_settings(dependencies.defaults),
       m_router(dependencies.dispatch),
       m_focus(dependencies.launcher, dependencies.raiser),
@@ -76,6 +77,7 @@ void AppDelegate::openManager() {
 std::optional<Alert> AppDelegate::startServer(quint16 port) {
     m_eventRouter = EventRouter::create(m_dependencies.dispatch, m_store, m_registry, m_settings, m_router,
                                         [this](const AskEvent& ask) { m_focus.focus(ask); });
+    m_eventRouter->keepDetails(m_requestDetails);
     m_server = std::make_unique<EventServer>(
         port, true,
         [&mainQueue = m_dependencies.dispatch.mainQueue(), router = std::weak_ptr(m_eventRouter)](

@@ -15,6 +15,7 @@
 #include "BeaconryKit/service/DecisionRouter.h"
 #include "BeaconryKit/service/EventRouter.h"
 #include "BeaconryKit/service/EventServer.h"
+#include "BeaconryKit/service/RequestDetails.h"
 #include "BeaconryKit/sessions/NotifierSettings.h"
 #include "BeaconryKit/sessions/SessionRegistry.h"
 #include "BeaconryKit/terminal/TerminalFocus.h"
@@ -77,6 +78,7 @@ private:
 
     const AppDependencies m_dependencies;
     AskStore m_store;
+    RequestDetails m_requestDetails;
     SessionRegistry m_registry;
     NotifierSettings m_settings;
     DecisionRouter m_router;

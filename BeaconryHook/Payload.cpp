@@ -36,6 +36,17 @@ void take(const JsonMember& member, const MemberEntry (&entries)[count], Payload
 
 } // namespace
 
+std::string_view tmuxServerIn(std::string_view variable) {
+    // A path may hold commas, too.
+    const std::size_t last = variable.rfind(',');
+    if (last == std::string_view::npos || last == 0)
+        return {};
+    const std::size_t first = variable.rfind(',', last - 1);
+    if (first == std::string_view::npos || variable.front() != '/')
+        return {};
+    return variable.substr(0, first);
+}
+
 Payload readPayload(std::string_view object) {
     Payload payload;
     JsonMemberReader members(object);
@@ -55,6 +66,8 @@ BodyComposer::BodyComposer(const Payload& payload, const HookEnvironment& enviro
     addText("tmux_pane", environment.tmuxPane);
     addText("wezterm_pane", environment.weztermPane);
     addText("kitty_window_id", environment.kittyWindowId);
+    if (environment.helperProcess > 0)
+        addHelper(environment);
 }
 
 void BodyComposer::addRequestId(std::string_view requestId) {
@@ -70,6 +83,17 @@ void BodyComposer::addSessionStart(const SessionStart& start) {
 std::string BodyComposer::take() {
     m_body += '}';
     return std::move(m_body);
+}
+
+void BodyComposer::addHelper(const HookEnvironment& environment) {
+    addRaw("helper_version", "1");
+    addRaw("helper_process", std::to_string(environment.helperProcess));
+    if (environment.cliProcess > 0)
+        addRaw("cli_process", std::to_string(environment.cliProcess));
+    // As a text: the application's numbers lose the last digits of what is that long.
+    if (environment.cliStartTime > 0)
+        addText("cli_start_time", std::to_string(environment.cliStartTime));
+    addText("tmux_server", environment.tmuxServer);
 }
 
 void BodyComposer::addRaw(std::string_view name, std::string_view value) {

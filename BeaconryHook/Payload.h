@@ -1,7 +1,9 @@
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <string_view>
+#include <sys/types.h>
 
 namespace pelorin::hook {
 
@@ -36,7 +38,19 @@ struct HookEnvironment {
     std::string_view tmuxPane = {};
     std::string_view weztermPane = {};
     std::string_view kittyWindowId = {};
+    /// The socket of the tmux server that the pane belongs to.
+    std::string_view tmuxServer = {};
+    /// This process; 0 leaves away all that only our own helper tells.
+    pid_t helperProcess = 0;
+    /// The CLI's process; 0 when it is not known.
+    pid_t cliProcess = 0;
+    /// When that was started, as `ProcessFacts` has it.
+    std::uint64_t cliStartTime = 0;
 };
+
+/// The server's socket in what tmux leaves in the variable TMUX: the socket, the server's process and the session's
+/// number, parted by commas. Empty when that is not what stands there.
+std::string_view tmuxServerIn(std::string_view variable);
 
 /// What a session says of itself when it begins.
 struct SessionStart {
@@ -63,6 +77,7 @@ public:
     std::string take();
 
 private:
+    void addHelper(const HookEnvironment& environment);
     void addRaw(std::string_view name, std::string_view value);
     void addText(std::string_view name, std::string_view text);
     void addName(std::string_view name);

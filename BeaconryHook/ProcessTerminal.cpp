@@ -34,4 +34,22 @@ std::string findTerminal(pid_t cliProcess, pid_t parent, ProcessLookup lookUp) {
     return {};
 }
 
+NamedProcess findCli(pid_t cliProcess, pid_t hook, ProcessLookup lookUp) {
+    const auto own = lookUp(hook);
+    if (own && own->terminal.empty() && own->session > 0) {
+        pid_t process = own->parent;
+        // The first process is nobody's CLI: the hook has lost its own.
+        for (int generation = 0; generation < ancestorLimit && process > 1; ++generation) {
+            const auto facts = lookUp(process);
+            if (!facts)
+                break;
+            if (facts->session != own->session)
+                return {process, facts->startTime};
+            process = facts->parent;
+        }
+    }
+    const auto named = cliProcess > 0 ? lookUp(cliProcess) : std::nullopt;
+    return named ? NamedProcess{cliProcess, named->startTime} : NamedProcess();
+}
+
 } // namespace pelorin::hook

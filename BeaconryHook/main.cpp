@@ -111,7 +111,8 @@ HookEnvironment hookEnvironment() {
     return {.terminalProgram = environmentText("TERM_PROGRAM"),
             .tmuxPane = environmentText("TMUX_PANE"),
             .weztermPane = environmentText("WEZTERM_PANE"),
-            .kittyWindowId = environmentText("KITTY_WINDOW_ID")};
+            .kittyWindowId = environmentText("KITTY_WINDOW_ID"),
+            .tmuxServer = tmuxServerIn(environmentText("TMUX"))};
 }
 
 SessionStart sessionStartInEnvironment() {
@@ -144,6 +145,12 @@ void run(const HookCall& call, std::string_view program) {
     HookEnvironment environment = isKnown ? hookEnvironment() : HookEnvironment();
     environment.source = composer ? composer->source : call.source;
     environment.tty = terminal;
+    environment.helperProcess = getpid();
+    if (isKnown) {
+        const NamedProcess cli = findCli(cliProcess, getpid(), lookUpProcess);
+        environment.cliProcess = cli.process;
+        environment.cliStartTime = cli.startTime;
+    }
     const auto post = planPost(call, composer, payload, environment, makeRequestId(),
                                isKnown ? sessionStartInEnvironment() : SessionStart());
     if (!post)

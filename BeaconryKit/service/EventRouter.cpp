@@ -60,8 +60,7 @@ void EventRouter::route(const QByteArray& path, const QByteArray& body, const Wa
         if (const auto sessionId = sessionIdOf(body))
             m_store.clearNotifications(*sessionId);
     } else if (path == "/register") {
-        if (const auto session = SessionInfo::decode(body))
-            m_registry.registerSession(*session);
+        handleRegister(body);
     } else if (path == "/unregister") {
         handleUnregister(body);
     } else {
@@ -69,10 +68,21 @@ void EventRouter::route(const QByteArray& path, const QByteArray& body, const Wa
     }
 }
 
+void EventRouter::handleRegister(const QByteArray& body) {
+    const auto session = SessionInfo::decode(body);
+    if (!session)
+        return;
+    if (m_details)
+        m_details->keepSession(session->sessionId, HelperDetails::decode(body));
+    m_registry.registerSession(*session);
+}
+
 void EventRouter::handleUnregister(const QByteArray& body) {
     const auto sessionId = sessionIdOf(body);
     if (!sessionId)
         return;
+    if (m_details)
+        m_details->forgetSession(*sessionId);
     m_registry.unregister(*sessionId);
     m_store.clear(*sessionId);
 }
@@ -90,8 +100,14 @@ void EventRouter::handleNotification(const QByteArray& body) {
     // A notice never hides or displaces a waiting permission request.
     if (m_store.hasPermission(ask->sessionId))
         return;
+    keepDetails(*ask, body);
     m_store.upsert(*ask);
     scheduleAutoDismiss(*ask);
+}
+
+void EventRouter::keepDetails(const AskEvent& ask, const QByteArray& body) {
+    if (m_details)
+        m_details->keep(ask, HelperDetails::decode(body));
 }
 
 bool EventRouter::isRelevant(const AskEvent& ask) const {
@@ -124,6 +140,7 @@ void EventRouter::handlePermission(const QByteArray& body, const WaitingHook& ho
         hook.respond(askReply("silent"));
         return;
     }
+    keepDetails(ask, body);
     park(ask, hook);
     m_store.upsert(ask);
 }

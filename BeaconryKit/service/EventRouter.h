@@ -6,6 +6,7 @@
 #include "BeaconryKit/service/AskStore.h"
 #include "BeaconryKit/service/DecisionRouter.h"
 #include "BeaconryKit/service/EventServer.h"
+#include "BeaconryKit/service/RequestDetails.h"
 #include "BeaconryKit/sessions/NotifierSettings.h"
 #include "BeaconryKit/sessions/SessionRegistry.h"
 
@@ -26,6 +27,10 @@ public:
     static std::shared_ptr<EventRouter> create(Dispatch& dispatch, AskStore& store, SessionRegistry& registry,
                                                NotifierSettings& settings, DecisionRouter& router, FocusAction onFocus);
 
+    /// Keeps what our own helper tells beyond the records in `details`, which must outlive the router; without this it
+    /// is dropped.
+    void keepDetails(RequestDetails& details) { m_details = &details; }
+
     /// Handles one request: `path` by exact comparison, `body` as the hook sent it, and the hook that waits for the
     /// reply. Every request is answered.
     void route(const QByteArray& path, const QByteArray& body, const WaitingHook& hook);
@@ -42,7 +47,9 @@ private:
 
     void handleNotification(const QByteArray& body);
     void handlePermission(const QByteArray& body, const WaitingHook& hook);
+    void handleRegister(const QByteArray& body);
     void handleUnregister(const QByteArray& body);
+    void keepDetails(const AskEvent& ask, const QByteArray& body);
     bool isRelevant(const AskEvent& ask) const;
     void park(const AskEvent& ask, const WaitingHook& hook);
     void expire(const AskEvent& ask);
@@ -56,6 +63,7 @@ private:
     NotifierSettings& m_settings;
     DecisionRouter& m_router;
     FocusAction m_onFocus;
+    RequestDetails* m_details = nullptr;
 };
 
 } // namespace pelorin

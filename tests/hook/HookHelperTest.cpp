@@ -1,3 +1,4 @@
+#include "BeaconryBase/ProcessFacts.h"
 #include "tests/hook/CapturedPayloads.h"
 #include "tests/hook/HookProcess.h"
 #include "tests/support/Processes.h"
@@ -50,6 +51,13 @@ Waiting startWaiting(LoopbackListener& listener, const std::string& payload = ba
     return waiting;
 }
 
+// What differs from run to run.
+QJsonObject withoutProcesses(QJsonObject body) {
+    for (const char* name : {"tty", "helper_process", "cli_process", "cli_start_time"})
+        body.remove(QLatin1StringView(name));
+    return body;
+}
+
 TEST(HookHelper, SendsAndLeavesThoughTheApplicationHangs) {
     for (const auto& [command, path] : fireAndForgetCommands) {
         SCOPED_TRACE(command);
@@ -63,9 +71,8 @@ TEST(HookHelper, SendsAndLeavesThoughTheApplicationHangs) {
         EXPECT_EQ(request.path, path);
         EXPECT_EQ(request.headers.at("content-length"), std::to_string(request.body.size()));
         EXPECT_EQ(request.headers.count("origin"), 0U);
-        QJsonObject body = jsonObject(request.body);
-        body.remove("tty");
-        EXPECT_EQ(body, (QJsonObject{{"session_id", "s"}, {"cwd", "/c"}, {"source", "claude"}}));
+        EXPECT_EQ(withoutProcesses(jsonObject(request.body)),
+                  (QJsonObject{{"session_id", "s"}, {"cwd", "/c"}, {"source", "claude"}, {"helper_version", 1}}));
     }
 }
 
@@ -361,14 +368,15 @@ TEST(HookHelper, GivesEveryRequestAnIdOfItsOwn) {
 
 TEST(HookHelper, TellsOfItsEnvironment) {
     LoopbackListener listener;
-    const auto hook = runHook({testedHelper(), "register", "--source", "gemini"},
-                              R"({"session_id":"s","source":"startup"})", listener.port(),
-                              {"TERM_PROGRAM=ghostty", "TMUX_PANE=%4", "WEZTERM_PANE=5", "KITTY_WINDOW_ID=6",
-                               "PELORIN_LABEL=api \"x\"\n\xff", "PELORIN_OPT_IN=1"});
+    const auto hook = runHook(
+        {testedHelper(), "register", "--source", "gemini"}, R"({"session_id":"s","source":"startup"})", listener.port(),
+        {"TERM_PROGRAM=ghostty", "TMUX_PANE=%4", "TMUX=/tmp/tmux-7/work,home,4217,0", "WEZTERM_PANE=5",
+         "KITTY_WINDOW_ID=6", "PELORIN_LABEL=api \"x\"\n\xff", "PELORIN_OPT_IN=1"});
     expectQuietEnd(*hook);
-    QJsonObject body = jsonObject(nextRequest(listener).body);
-    body.remove("tty");
+    const QJsonObject body = withoutProcesses(jsonObject(nextRequest(listener).body));
     EXPECT_EQ(body, (QJsonObject{{"session_id", "s"},
+                                 {"helper_version", 1},
+                                 {"tmux_server", "/tmp/tmux-7/work,home"},
                                  {"source", "gemini"},
                                  {"term_program", "ghostty"},
                                  {"tmux_pane", "%4"},
@@ -381,12 +389,11 @@ TEST(HookHelper, TellsOfItsEnvironment) {
 TEST(HookHelper, LeavesOutWhatIsEmpty) {
     LoopbackListener listener;
     const auto hook = runHook({testedHelper(), "register"}, R"({"session_id":"s"})", listener.port(),
-                              {"TERM_PROGRAM=", "TMUX_PANE=", "WEZTERM_PANE=", "KITTY_WINDOW_ID=", "PELORIN_LABEL=",
-                               "PELORIN_OPT_IN=", "CLAUDE_PID="});
+                              {"TERM_PROGRAM=", "TMUX_PANE=", "TMUX=", "WEZTERM_PANE=", "KITTY_WINDOW_ID=",
+                               "PELORIN_LABEL=", "PELORIN_OPT_IN=", "CLAUDE_PID="});
     expectQuietEnd(*hook);
-    QJsonObject body = jsonObject(nextRequest(listener).body);
-    body.remove("tty");
-    EXPECT_EQ(body, (QJsonObject{{"session_id", "s"}, {"source", "claude"}}));
+    const QJsonObject body = withoutProcesses(jsonObject(nextRequest(listener).body));
+    EXPECT_EQ(body, (QJsonObject{{"session_id", "s"}, {"source", "claude"}, {"helper_version", 1}}));
 }
 
 // A process that has a terminal, like a CLI.
@@ -425,8 +432,10 @@ TEST(HookHelper, TrustsTheEnvironmentOfAServerOnlyBelowATerminal) {
     // A shell whose parent has ended has none of the test's own terminal.
     const auto hook = runHook({"/usr/bin/setsid", "--fork", testedHelper(), "register", "--source", "codex"},
                               R"({"session_id":"s","cwd":"/c"})", listener.port(), environment);
-    EXPECT_EQ(jsonObject(nextRequest(listener).body),
-              (QJsonObject{{"session_id", "s"}, {"cwd", "/c"}, {"source", "codex"}}));
+    const QJsonObject told = jsonObject(nextRequest(listener).body);
+    EXPECT_FALSE(told.contains("cli_process"));
+    EXPECT_EQ(withoutProcesses(told),
+              (QJsonObject{{"session_id", "s"}, {"cwd", "/c"}, {"source", "codex"}, {"helper_version", 1}}));
     EXPECT_EQ(hook->waitForExit(), exited(0));
 
     const TestTerminal terminal;
@@ -441,6 +450,23 @@ TEST(HookHelper, TrustsTheEnvironmentOfAServerOnlyBelowATerminal) {
     EXPECT_EQ(body["tmux_pane"], "%4");
     EXPECT_EQ(body["label"], "api");
     EXPECT_EQ(body["opt_in"], true);
+}
+
+TEST(HookHelper, TellsItsOwnProcessAndTheClis) {
+    const TestTerminal terminal;
+    LoopbackListener listener;
+    // The shell is the CLI here: its hooks run in a session of their own.
+    const auto cli =
+        startOnTerminal(terminal, {"/bin/sh", "-c", "setsid sh -c '\"$0\" notify; :' \"$0\"; :", testedHelper()},
+                        {"PATH=/usr/bin:/bin", "BEACONRY_PORT=" + std::to_string(listener.port()), "CLAUDE_PID=1"});
+    EXPECT_TRUE(cli->writeInput("{\"session_id\":\"s\"}"));
+    const auto facts = lookUpProcess(cli->processId());
+    ASSERT_TRUE(facts);
+    const QJsonObject body = jsonObject(nextRequest(listener).body);
+    EXPECT_EQ(body.value("cli_process").toInteger(), cli->processId());
+    EXPECT_EQ(body.value("cli_start_time").toString().toULongLong(), facts->startTime);
+    EXPECT_GT(body.value("helper_process").toInteger(), cli->processId());
+    EXPECT_EQ(cli->waitForExit(), exited(0));
 }
 
 TEST(HookHelper, FindsTheTerminalUpTheParents) {

@@ -137,6 +137,31 @@ TEST(PlanPost, AddsWhatIsKnownOfTheEnvironment) {
                           R"("tmux_pane":"%4","wezterm_pane":"5","kitty_window_id":"6"})");
 }
 
+TEST(PlanPost, AddsWhatOnlyTheHelperTells) {
+    const auto post =
+        plan({.command = Command::clear}, R"({"session_id":"s","helper_version":7,"tmux_server":"/forged"})",
+             {.source = "claude",
+              .tmuxServer = "/tmp/tmux-0/\"work\"",
+              .helperProcess = 12,
+              .cliProcess = 7,
+              .cliStartTime = 18446744073709551615U});
+    ASSERT_TRUE(post);
+    EXPECT_EQ(post->body, R"({"session_id":"s","source":"claude","helper_version":1,"helper_process":12,)"
+                          R"("cli_process":7,"cli_start_time":"18446744073709551615",)"
+                          R"("tmux_server":"/tmp/tmux-0/\"work\""})");
+    const auto unknown =
+        plan({.command = Command::clear}, R"({"session_id":"s"})", {.source = "claude", .helperProcess = 12});
+    ASSERT_TRUE(unknown);
+    EXPECT_EQ(unknown->body, R"({"session_id":"s","source":"claude","helper_version":1,"helper_process":12})");
+}
+
+TEST(TmuxServerIn, IsWhatStandsBeforeTheLastTwoCommas) {
+    EXPECT_EQ(tmuxServerIn("/tmp/tmux-0/default,1234,0"), "/tmp/tmux-0/default");
+    EXPECT_EQ(tmuxServerIn("/tmp/a,b,1234,0"), "/tmp/a,b");
+    for (const std::string_view text : {"", ",", ",,", "/tmp/x", "/tmp/x,1", "name,1,0", ",1,0"})
+        EXPECT_EQ(tmuxServerIn(text), "") << text;
+}
+
 TEST(PlanPost, NamesAndOptsInSessionsOnlyWhenTheyBegin) {
     const SessionStart start{.label = "api", .isOptedIn = true};
     const auto begin =

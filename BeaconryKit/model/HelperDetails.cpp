@@ -1,0 +1,34 @@
+#include "BeaconryKit/model/HelperDetails.h"
+
+#include <QJsonDocument>
+#include <QJsonObject>
+
+#include <limits>
+
+namespace pelorin {
+
+namespace {
+
+// Process ids are positive and fit the system's type for them.
+qint64 processId(const QJsonValue& value) {
+    const qint64 process = value.toInteger();
+    return process > 0 && process <= std::numeric_limits<qint32>::max() ? process : 0;
+}
+
+} // namespace
+
+std::optional<HelperDetails> HelperDetails::decode(QByteArrayView jsonData) {
+    const QJsonObject body = QJsonDocument::fromJson(jsonData.toByteArray()).object();
+    HelperDetails details;
+    details.version = body.value(QLatin1StringView("helper_version")).toInteger();
+    if (details.version < 1)
+        return std::nullopt;
+    details.helperProcess = processId(body.value(QLatin1StringView("helper_process")));
+    details.cliProcess = processId(body.value(QLatin1StringView("cli_process")));
+    // A text, because numbers of JSON lose the last digits of what is that long.
+    details.cliStartTime = body.value(QLatin1StringView("cli_start_time")).toString().toULongLong();
+    details.tmuxServer = body.value(QLatin1StringView("tmux_server")).toString();
+    return details;
+}
+
+} // namespace pelorin

@@ -1,0 +1,55 @@
+#include "BeaconryKit/service/RequestDetails.h"
+
+namespace pelorin {
+
+namespace {
+
+// So many details of rows that have gone may stay before somebody looks for them.
+constexpr qsizetype leftRowsLimit = 64;
+
+std::optional<HelperDetails> valueIn(const QHash<QString, HelperDetails>& table, const QString& key) {
+    const auto found = table.find(key);
+    return found == table.end() ? std::nullopt : std::optional(*found);
+}
+
+} // namespace
+
+RequestDetails::RequestDetails(const AskStore& store) : m_store(store) {
+}
+
+void RequestDetails::keep(const AskEvent& ask, const std::optional<HelperDetails>& details) {
+    if (!details) {
+        m_ofRow.remove(ask.id());
+        return;
+    }
+    dropLeftRows();
+    m_ofRow.insert(ask.id(), *details);
+    m_ofSession.insert(ask.sessionId, *details);
+}
+
+void RequestDetails::keepSession(const QString& sessionId, const std::optional<HelperDetails>& details) {
+    if (details)
+        m_ofSession.insert(sessionId, *details);
+    else
+        m_ofSession.remove(sessionId);
+}
+
+void RequestDetails::forgetSession(const QString& sessionId) {
+    m_ofSession.remove(sessionId);
+}
+
+std::optional<HelperDetails> RequestDetails::ofAsk(const AskEvent& ask) const {
+    return valueIn(m_ofRow, ask.id());
+}
+
+std::optional<HelperDetails> RequestDetails::ofSession(const QString& sessionId) const {
+    return valueIn(m_ofSession, sessionId);
+}
+
+void RequestDetails::dropLeftRows() {
+    if (m_ofRow.size() <= 2 * m_store.asks().size() + leftRowsLimit)
+        return;
+    m_ofRow.removeIf([this](const auto& entry) { return !m_store.ask(entry.key()); });
+}
+
+} // namespace pelorin

@@ -1,0 +1,40 @@
+#pragma once
+
+#include "BeaconryKit/model/AskEvent.h"
+#include "BeaconryKit/model/HelperDetails.h"
+#include "BeaconryKit/service/AskStore.h"
+
+#include <QHash>
+
+#include <optional>
+
+namespace pelorin {
+
+/// What is known of requests and sessions beyond their records. Lives on the main thread.
+class RequestDetails {
+public:
+    /// `store` holds the rows that details are kept for; it must outlive this.
+    explicit RequestDetails(const AskStore& store);
+
+    /// Keeps what the helper has told with the ask, for its row and for its session. Nothing: the ask came from another
+    /// sender, and what an earlier one of the same identity has told holds no longer.
+    void keep(const AskEvent& ask, const std::optional<HelperDetails>& details);
+    /// Keeps what the helper has told with a session's start.
+    void keepSession(const QString& sessionId, const std::optional<HelperDetails>& details);
+    /// Forgets the session, but not its rows.
+    void forgetSession(const QString& sessionId);
+
+    /// What the helper told with the ask; nothing for asks of other senders.
+    std::optional<HelperDetails> ofAsk(const AskEvent& ask) const;
+    /// What the helper told last in the session.
+    std::optional<HelperDetails> ofSession(const QString& sessionId) const;
+
+private:
+    void dropLeftRows();
+
+    const AskStore& m_store;
+    QHash<QString, HelperDetails> m_ofRow;
+    QHash<QString, HelperDetails> m_ofSession;
+};
+
+} // namespace pelorin

@@ -1,0 +1,82 @@
+#include "BeaconryKit/service/RequestDetails.h"
+
+#include "tests/support/ManualDispatch.h"
+#include "tests/support/MemoryUserDefaults.h"
+
+#include "BeaconryKit/service/EventRouter.h"
+
+#include <gtest/gtest.h>
+
+namespace pelorin {
+namespace {
+
+AskEvent request(const QString& session, const QString& id) {
+    return {.sessionId = session, .requestId = id};
+}
+
+TEST(RequestDetails, AreKeptByRowAndBySession) {
+    AskStore store;
+    RequestDetails details(store);
+    details.keep(request("s", "a"), HelperDetails{.version = 1, .helperProcess = 7});
+    details.keep(request("s", "b"), HelperDetails{.version = 1, .helperProcess = 8});
+    EXPECT_EQ(details.ofAsk(request("s", "a"))->helperProcess, 7);
+    EXPECT_EQ(details.ofAsk(request("s", "b"))->helperProcess, 8);
+    EXPECT_EQ(details.ofSession("s")->helperProcess, 8);
+    EXPECT_FALSE(details.ofAsk(request("s", "c")));
+    EXPECT_FALSE(details.ofSession("t"));
+}
+
+TEST(RequestDetails, DoNotOutliveAnAskOfAnotherSender) {
+    AskStore store;
+    RequestDetails details(store);
+    details.keep(request("s", "a"), HelperDetails{.version = 1});
+    details.keep(request("s", "a"), std::nullopt);
+    EXPECT_FALSE(details.ofAsk(request("s", "a")));
+    details.keepSession("s", HelperDetails{.version = 1});
+    details.keepSession("s", std::nullopt);
+    EXPECT_FALSE(details.ofSession("s"));
+}
+
+TEST(RequestDetails, ForgetRowsThatHaveGone) {
+    AskStore store;
+    RequestDetails details(store);
+    const AskEvent kept = request("s", "kept");
+    store.upsert(kept);
+    details.keep(kept, HelperDetails{.version = 1});
+    const AskEvent gone = request("s", "0");
+    for (int count = 0; count < 100; ++count)
+        details.keep(request("s", QString::number(count)), HelperDetails{.version = 1});
+    EXPECT_TRUE(details.ofAsk(kept));
+    EXPECT_FALSE(details.ofAsk(gone));
+}
+
+TEST(RequestDetails, ComeWithTheHooksBodies) {
+    ManualDispatch dispatch;
+    MemoryUserDefaults defaults;
+    AskStore store;
+    SessionRegistry registry;
+    NotifierSettings settings(defaults);
+    DecisionRouter decisions(dispatch);
+    RequestDetails details(store);
+    const auto router = EventRouter::create(dispatch, store, registry, settings, decisions, {});
+    router->keepDetails(details);
+    const auto post = [&](const QByteArray& path, const QByteArray& body) {
+        router->route(path, body, {.respond = [](const QByteArray&) {
+                      }});
+    };
+    post("/register", R"({"session_id":"s","helper_version":1,"helper_process":5})");
+    EXPECT_EQ(details.ofSession("s")->helperProcess, 5);
+    post("/permission", R"({"session_id":"s","request_id":"r","tool_name":"Bash","helper_version":1,
+                            "helper_process":6})");
+    EXPECT_EQ(details.ofAsk(request("s", "r"))->helperProcess, 6);
+    post("/permission", R"({"session_id":"s","request_id":"foreign","tool_name":"Bash"})");
+    EXPECT_FALSE(details.ofAsk(request("s", "foreign")));
+    post("/event", R"({"session_id":"t","message":"m","notification_type":"permission_prompt","helper_version":1,
+                       "helper_process":9})");
+    EXPECT_EQ(details.ofAsk(request("t", {}))->helperProcess, 9);
+    post("/unregister", R"({"session_id":"s"})");
+    EXPECT_FALSE(details.ofSession("s"));
+}
+
+} // namespace
+} // namespace pelorin

@@ -28,7 +28,7 @@ tl::expected<ProgramOutcome, QString> runScript(const QByteArray& executable, co
     launch.environment.emplace();
     for (const auto& [name, value] : environment)
         launch.environment->append(name + '=' + value);
-    return runToEnd(std::move(launch)).map_error([](const std::error_code& error) {
+    return capture(std::move(launch)).map_error([](const std::error_code& error) {
         return QString::fromStdString(error.message());
     });
 }

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "BeaconryKit/platform/ProgramOutput.h"
+#include "BeaconryKit/platform/Programs.h"
 
 #include <QByteArray>
 #include <QList>

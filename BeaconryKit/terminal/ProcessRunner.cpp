@@ -1,6 +1,6 @@
 #include "BeaconryKit/terminal/ProcessRunner.h"
 
-#include "BeaconryKit/platform/ProgramOutput.h"
+#include "BeaconryKit/platform/Programs.h"
 
 #include <QLoggingCategory>
 #include <QStringDecoder>
@@ -27,7 +27,7 @@ std::optional<QString> ProcessRunner::run(const QString& command, const QStringL
     launch.arguments.append(command.toUtf8());
     for (const QString& argument : arguments)
         launch.arguments.append(argument.toUtf8());
-    const auto output = collectOutput(std::move(launch), timeout, outputLimit);
+    const auto output = capture(std::move(launch), timeout, outputLimit);
     // Whatever went wrong, the caller only learns that there is nothing to show.
     if (!output) {
         qCDebug(log) << command << "could not be run or did not end in time";

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "BeaconryKit/platform/ProgramOutput.h"
+#include "BeaconryKit/platform/Programs.h"
 
 #include <string>
 
@@ -20,7 +20,7 @@ inline ChildProcess::Launch shell(const QByteArray& script) {
 inline std::optional<std::string> outputOf(const ChildProcess::Launch& launch,
                                            Duration timeout = std::chrono::seconds(20),
                                            qsizetype limit = plentyOfOutput) {
-    const auto output = collectOutput(launch, timeout, limit);
+    const auto output = capture(launch, timeout, limit);
     return output ? std::optional(output->toStdString()) : std::nullopt;
 }
 

@@ -1,6 +1,6 @@
 #include "tests/support/TmuxServer.h"
 
-#include "BeaconryKit/platform/ProgramOutput.h"
+#include "BeaconryKit/platform/Programs.h"
 
 namespace pelorin {
 
@@ -41,7 +41,7 @@ QString TmuxServer::run(const QStringList& arguments) {
     launch.arguments = {"tmux"};
     for (const QString& argument : arguments)
         launch.arguments.append(argument.toUtf8());
-    const auto output = collectOutput(launch, std::chrono::seconds(20), 1'000'000);
+    const auto output = capture(launch, std::chrono::seconds(20), 1'000'000);
     return output ? QString::fromUtf8(*output).trimmed() : QString();
 }
 

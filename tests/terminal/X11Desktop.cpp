@@ -2,7 +2,7 @@
 
 #include "tests/support/Eventually.h"
 
-#include "BeaconryKit/platform/ProgramOutput.h"
+#include "BeaconryKit/platform/Programs.h"
 
 #include <QFile>
 
@@ -38,7 +38,7 @@ QString X11DesktopTest::run(const QStringList& command) {
     launch.executable = "/usr/bin/env";
     for (const QString& word : command)
         launch.arguments.append(word.toUtf8());
-    const auto output = collectOutput(launch, std::chrono::seconds(60), 10'000'000);
+    const auto output = capture(launch, std::chrono::seconds(60), 10'000'000);
     return output ? QString::fromUtf8(*output).trimmed() : QString();
 }
 

@@ -1,9 +1,10 @@
-#include "BeaconryKit/platform/ProgramOutput.h"
+#include "BeaconryKit/platform/Programs.h"
 
 #include "BeaconryBase/FileDescriptor.h"
 #include "tests/platform/ShellPrograms.h"
 #include "tests/support/Eventually.h"
 #include "tests/support/Processes.h"
+#include "tests/support/TemporaryDirectory.h"
 
 #include <gmock/gmock.h>
 
@@ -19,7 +20,7 @@ namespace {
 using namespace std::chrono_literals;
 using Moment = std::chrono::steady_clock::time_point;
 
-TEST(CollectOutput, ReadsEverythingThatTheProgramPrints) {
+TEST(Capture, ReadsEverythingThatTheProgramPrints) {
     EXPECT_EQ(outputOf("exit 0"), "");
     EXPECT_EQ(outputOf("echo text; exit 7"), "text\n");
     const auto output = outputOf("head -c 50000000 /dev/zero");
@@ -27,11 +28,11 @@ TEST(CollectOutput, ReadsEverythingThatTheProgramPrints) {
     EXPECT_EQ(output->size(), 50'000'000);
 }
 
-TEST(CollectOutput, ThrowsErrorsAway) {
+TEST(Capture, ThrowsErrorsAway) {
     EXPECT_EQ(outputOf("head -c 5000000 /dev/zero >&2; echo done"), "done\n");
 }
 
-TEST(CollectOutput, EndsWhatDoesNotEndItself) {
+TEST(Capture, EndsWhatDoesNotEndItself) {
     // Each prints the number of a process that would go on for ever.
     for (const QByteArray script : {// Goes on with its output closed, and will not be asked politely.
                                     "trap '' TERM HUP; echo $$ >&3; exec >&-; while :; do sleep 1000; done",
@@ -56,7 +57,7 @@ TEST(CollectOutput, EndsWhatDoesNotEndItself) {
     EXPECT_TRUE(eventually([] { return zombies().isEmpty() && runningChildren().isEmpty(); }));
 }
 
-TEST(CollectOutput, EndsWhatPrintsBeyondTheLimit) {
+TEST(Capture, EndsWhatPrintsBeyondTheLimit) {
     EXPECT_EQ(outputOf("head -c 100000 /dev/zero", 20s, 100'000).value_or("").size(), 100'000);
     EXPECT_FALSE(outputOf("head -c 100001 /dev/zero", 20s, 100'000));
     const Moment start = std::chrono::steady_clock::now();
@@ -65,7 +66,7 @@ TEST(CollectOutput, EndsWhatPrintsBeyondTheLimit) {
     EXPECT_TRUE(eventually([] { return runningChildren().isEmpty(); }));
 }
 
-TEST(CollectOutput, LeavesNothingBehind) {
+TEST(Capture, LeavesNothingBehind) {
     outputOf("exit 0");
     const QStringList before = openDescriptors();
     for (int run = 0; run < 50; ++run)
@@ -75,7 +76,7 @@ TEST(CollectOutput, LeavesNothingBehind) {
     EXPECT_EQ(openDescriptors(), before);
 }
 
-TEST(CollectOutput, MayBeUsedOnManyThreads) {
+TEST(Capture, MayBeUsedOnManyThreads) {
     std::vector<std::thread> threads;
     std::atomic<int> right = 0;
     for (int thread = 0; thread < 4; ++thread) {
@@ -93,46 +94,62 @@ TEST(CollectOutput, MayBeUsedOnManyThreads) {
     EXPECT_TRUE(zombies().isEmpty());
 }
 
-TEST(RunToEnd, TellsTheStatusAndBothStreamsInTheirOrder) {
-    const auto outcome = runToEnd(shell("echo one; echo two >&2; echo three; exit 7"));
+TEST(CaptureWithoutLimit, TellsTheStatusAndBothStreamsInTheirOrder) {
+    const auto outcome = capture(shell("echo one; echo two >&2; echo three; exit 7"));
     ASSERT_TRUE(outcome);
     EXPECT_EQ(outcome->status, 7);
     EXPECT_EQ(outcome->output, "one\ntwo\nthree\n");
 }
 
-TEST(RunToEnd, IsNotHeldUpByMoreOutputThanAPipeHolds) {
-    const auto outcome = runToEnd(shell("head -c 5000000 /dev/zero; head -c 5000000 /dev/zero >&2"));
+TEST(CaptureWithoutLimit, IsNotHeldUpByMoreOutputThanAPipeHolds) {
+    const auto outcome = capture(shell("head -c 5000000 /dev/zero; head -c 5000000 /dev/zero >&2"));
     ASSERT_TRUE(outcome);
     EXPECT_EQ(outcome->output.size(), 10'000'000);
 }
 
-TEST(RunToEnd, GivesNothingToRead) {
-    const auto outcome = runToEnd(shell("read line; echo \"read $? <$line>\""));
+TEST(CaptureWithoutLimit, GivesNothingToRead) {
+    const auto outcome = capture(shell("read line; echo \"read $? <$line>\""));
     ASSERT_TRUE(outcome);
     EXPECT_EQ(outcome->output, "read 1 <>\n");
 }
 
-TEST(RunToEnd, DoesNotWaitForWhatTheProgramLeavesBehind) {
-    const auto silent = runToEnd(shell("sleep 1000 & echo $!"));
+TEST(CaptureWithoutLimit, DoesNotWaitForWhatTheProgramLeavesBehind) {
+    const auto silent = capture(shell("sleep 1000 & echo $!"));
     ASSERT_TRUE(silent);
     const int process = silent->output.trimmed().toInt();
     EXPECT_TRUE(isRunningProcess(process));
     kill(process, SIGKILL);
     // Ends by itself once nobody reads what it writes without end.
-    const auto loud = runToEnd(shell("echo begun; yes &"));
+    const auto loud = capture(shell("echo begun; yes &"));
     ASSERT_TRUE(loud);
     EXPECT_TRUE(loud->output.startsWith("begun\n"));
 }
 
-TEST(RunToEnd, SaysWhyTheProgramCannotBeStarted) {
-    ASSERT_TRUE(runToEnd(shell("exit 0")));
+TEST(CaptureWithoutLimit, SaysWhyTheProgramCannotBeStarted) {
+    ASSERT_TRUE(capture(shell("exit 0")));
     const QStringList before = openDescriptors();
     ChildProcess::Launch launch;
     launch.executable = "/nowhere/program";
-    const auto outcome = runToEnd(launch);
+    const auto outcome = capture(launch);
     ASSERT_FALSE(outcome);
     EXPECT_EQ(outcome.error(), std::errc::no_such_file_or_directory);
     EXPECT_TRUE(onlyLeavesOpen(before));
+}
+
+TEST(LaunchProgram, StartsItAndLeavesItAlone) {
+    const TemporaryDirectory directory;
+    const std::filesystem::path file = directory.path() / "ran";
+    ChildProcess::Launch program = shell("echo > \"$0\"");
+    program.arguments.append(QByteArray::fromStdString(file.string()));
+    ASSERT_TRUE(launch(program));
+    EXPECT_TRUE(eventually([&] { return std::filesystem::exists(file); }));
+    EXPECT_TRUE(eventually([] { return zombies().isEmpty(); }));
+}
+
+TEST(LaunchProgram, TellsWhyItCannotStart) {
+    const auto started = launch({.executable = "/no/such/program"});
+    ASSERT_FALSE(started);
+    EXPECT_EQ(started.error(), std::errc::no_such_file_or_directory);
 }
 
 } // namespace

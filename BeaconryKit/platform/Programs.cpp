@@ -1,4 +1,4 @@
-#include "BeaconryKit/platform/ProgramOutput.h"
+#include "BeaconryKit/platform/Programs.h"
 
 #include "BeaconryBase/FileDescriptor.h"
 
@@ -113,7 +113,11 @@ private:
 
 } // namespace
 
-std::optional<QByteArray> collectOutput(ChildProcess::Launch launch, Duration timeout, qsizetype limit) {
+tl::expected<void, std::error_code> launch(ChildProcess::Launch launch) {
+    return ChildProcess::start(std::move(launch)).map([](const ChildProcess&) {});
+}
+
+std::optional<QByteArray> capture(ChildProcess::Launch launch, Duration timeout, qsizetype limit) {
     const Moment deadline = std::chrono::steady_clock::now() + timeout;
     auto pipe = Pipe::make();
     const FileDescriptor nowhere(open("/dev/null", O_WRONLY | O_CLOEXEC));
@@ -135,7 +139,7 @@ std::optional<QByteArray> collectOutput(ChildProcess::Launch launch, Duration ti
     return isComplete ? std::optional(std::move(bytes)) : std::nullopt;
 }
 
-tl::expected<ProgramOutcome, std::error_code> runToEnd(ChildProcess::Launch launch) {
+tl::expected<ProgramOutcome, std::error_code> capture(ChildProcess::Launch launch) {
     auto pipe = Pipe::make();
     const FileDescriptor nothing(open("/dev/null", O_RDONLY | O_CLOEXEC));
     constexpr qsizetype limit = std::numeric_limits<qsizetype>::max();

@@ -78,6 +78,11 @@ std::optional<Alert> AppDelegate::startServer(quint16 port) {
     m_eventRouter = EventRouter::create(m_dependencies.dispatch, m_store, m_registry, m_settings, m_router,
                                         [this](const AskEvent& ask) { m_focus.focus(ask); });
     m_eventRouter->keepDetails(m_requestDetails);
+    // An unfolded row is not as it was parked, and expires all the same.
+    m_eventRouter->setChangedExpiry([this](const AskEvent& parked) {
+        if (const auto row = m_answering.unfolded(parked))
+            m_eventRouter->expire(*row);
+    });
     m_server = std::make_unique<EventServer>(
         port, true,
         [&mainQueue = m_dependencies.dispatch.mainQueue(), router = std::weak_ptr(m_eventRouter)](

@@ -51,6 +51,17 @@ void AskAnswering::expand(const QString& id) {
         m_parts.store.upsert(expandedAsk(*ask, *screen));
 }
 
+std::optional<AskEvent> AskAnswering::unfolded(const AskEvent& ask) const {
+    const SharedAsk row = m_parts.store.ask(ask.id());
+    if (!row)
+        return std::nullopt;
+    AskEvent folded = *row;
+    folded.detail = ask.detail;
+    folded.options = ask.options;
+    folded.acceptsText = ask.acceptsText;
+    return folded == ask ? std::optional(*row) : std::nullopt;
+}
+
 SessionTarget AskAnswering::target(const AskEvent& ask) const {
     const auto session = m_parts.registry.session(ask.sessionId);
     return {.tmuxPane = ask.tmuxPane,

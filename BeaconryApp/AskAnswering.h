@@ -12,6 +12,8 @@
 
 #include <QObject>
 
+#include <optional>
+
 namespace pelorin {
 
 /// What answers need. All of it must outlive the answering.
@@ -40,6 +42,9 @@ public:
     /// Fills the ask of that identity with what its terminal shows. May be called from any thread, and returns when it
     /// is done.
     void expand(const QString& id);
+
+    /// The row that `expand` has made of this ask; nothing when the ask has no row, or another one.
+    std::optional<AskEvent> unfolded(const AskEvent& ask) const;
 
 private:
     SessionTarget target(const AskEvent& ask) const;

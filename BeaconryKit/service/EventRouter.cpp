@@ -148,14 +148,18 @@ void EventRouter::handlePermission(const QByteArray& body, const WaitingHook& ho
 void EventRouter::park(const AskEvent& ask, const WaitingHook& hook) {
     const auto waiter = std::make_shared<const char>();
     const auto row = std::make_shared<const AskEvent>(ask);
+    const auto wait = static_cast<double>(m_settings.decisionWaitSeconds());
+    if (m_details)
+        m_details->keepWait(ask,
+                            ask.receivedAt + std::chrono::duration_cast<WallTime::duration>(secondsToDuration(wait)));
     TaskQueue& mainQueue = m_dispatch.mainQueue();
     m_router.park(
-        ask.requestId, static_cast<double>(m_settings.decisionWaitSeconds()), hook.respond,
+        ask.requestId, wait, hook.respond,
         // The deadline runs on another queue, and the store belongs to the main thread. The reply is under way already.
         [self = weak_from_this(), row, &mainQueue] {
             mainQueue.async([self, row] {
                 if (const auto router = self.lock())
-                    router->expire(*row);
+                    router->expireParked(*row);
             });
         },
         waiter);
@@ -168,6 +172,12 @@ void EventRouter::park(const AskEvent& ask, const WaitingHook& hook) {
                 router->m_store.remove(id);
         });
     });
+}
+
+void EventRouter::expireParked(const AskEvent& ask) {
+    if (!m_store.contains(ask) && m_changedExpiry)
+        m_changedExpiry(ask);
+    expire(ask);
 }
 
 void EventRouter::expire(const AskEvent& ask) {

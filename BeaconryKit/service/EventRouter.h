@@ -38,6 +38,16 @@ public:
     /// Brings the ask's terminal forward; supplied by the application.
     const FocusAction& onFocus() const { return m_onFocus; }
 
+    /// Makes what the expiry of a parked ask makes of its row: a notice in its place. Nothing when the store holds no
+    /// row that equals the ask in every field.
+    void expire(const AskEvent& ask);
+
+    /// Told of each ask that has expired and whose row is not as it was parked, or not there any more. The application
+    /// knows what it has filled in.
+    void setChangedExpiry(std::function<void(const AskEvent& parked)> changedExpiry) {
+        m_changedExpiry = std::move(changedExpiry);
+    }
+
     /// The status object: build, silent, trackOnlyOptIn, defaultPolicy, decisionWaitSeconds, pendingAsks, sessions.
     QByteArray statusJSON() const;
 
@@ -52,7 +62,7 @@ private:
     void keepDetails(const AskEvent& ask, const QByteArray& body);
     bool isRelevant(const AskEvent& ask) const;
     void park(const AskEvent& ask, const WaitingHook& hook);
-    void expire(const AskEvent& ask);
+    void expireParked(const AskEvent& ask);
     void scheduleAutoDismiss(const AskEvent& ask);
     void showAutoDecisionToast(const AskEvent& ask, AutoDecision policy);
     void removeAfter(Duration delay, const AskEvent& ask);
@@ -64,6 +74,7 @@ private:
     DecisionRouter& m_router;
     FocusAction m_onFocus;
     RequestDetails* m_details = nullptr;
+    std::function<void(const AskEvent& parked)> m_changedExpiry;
 };
 
 } // namespace pelorin

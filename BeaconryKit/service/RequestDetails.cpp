@@ -7,7 +7,8 @@ namespace {
 // So many details of rows that have gone may stay before somebody looks for them.
 constexpr qsizetype leftRowsLimit = 64;
 
-std::optional<HelperDetails> valueIn(const QHash<QString, HelperDetails>& table, const QString& key) {
+template <class Value>
+std::optional<Value> valueIn(const QHash<QString, Value>& table, const QString& key) {
     const auto found = table.find(key);
     return found == table.end() ? std::nullopt : std::optional(*found);
 }
@@ -22,9 +23,14 @@ void RequestDetails::keep(const AskEvent& ask, const std::optional<HelperDetails
         m_ofRow.remove(ask.id());
         return;
     }
-    dropLeftRows();
+    dropLeftRows(m_ofRow);
     m_ofRow.insert(ask.id(), *details);
     m_ofSession.insert(ask.sessionId, *details);
+}
+
+void RequestDetails::keepWait(const AskEvent& ask, WallTime end) {
+    dropLeftRows(m_endOfWait);
+    m_endOfWait.insert(ask.id(), end);
 }
 
 void RequestDetails::keepSession(const QString& sessionId, const std::optional<HelperDetails>& details) {
@@ -42,14 +48,19 @@ std::optional<HelperDetails> RequestDetails::ofAsk(const AskEvent& ask) const {
     return valueIn(m_ofRow, ask.id());
 }
 
+std::optional<WallTime> RequestDetails::endOfWait(const QString& askId) const {
+    return valueIn(m_endOfWait, askId);
+}
+
 std::optional<HelperDetails> RequestDetails::ofSession(const QString& sessionId) const {
     return valueIn(m_ofSession, sessionId);
 }
 
-void RequestDetails::dropLeftRows() {
-    if (m_ofRow.size() <= 2 * m_store.asks().size() + leftRowsLimit)
+template <class Value>
+void RequestDetails::dropLeftRows(QHash<QString, Value>& table) const {
+    if (table.size() <= 2 * m_store.asks().size() + leftRowsLimit)
         return;
-    m_ofRow.removeIf([this](const auto& entry) { return !m_store.ask(entry.key()); });
+    table.removeIf([this](const auto& entry) { return !m_store.ask(entry.key()); });
 }
 
 } // namespace pelorin

@@ -21,20 +21,27 @@ public:
     void keep(const AskEvent& ask, const std::optional<HelperDetails>& details);
     /// Keeps what the helper has told with a session's start.
     void keepSession(const QString& sessionId, const std::optional<HelperDetails>& details);
+    /// Keeps the moment at which the ask's hook will wait no longer.
+    void keepWait(const AskEvent& ask, WallTime end);
     /// Forgets the session, but not its rows.
     void forgetSession(const QString& sessionId);
 
     /// What the helper told with the ask; nothing for asks of other senders.
     std::optional<HelperDetails> ofAsk(const AskEvent& ask) const;
+    /// When the hook of the ask that was parked last under this id waits no longer; nothing for an id that none was
+    /// parked under. The setting of the moment at which it came counts, not a later one.
+    std::optional<WallTime> endOfWait(const QString& askId) const;
     /// What the helper told last in the session.
     std::optional<HelperDetails> ofSession(const QString& sessionId) const;
 
 private:
-    void dropLeftRows();
+    template <class Value>
+    void dropLeftRows(QHash<QString, Value>& table) const;
 
     const AskStore& m_store;
     QHash<QString, HelperDetails> m_ofRow;
     QHash<QString, HelperDetails> m_ofSession;
+    QHash<QString, WallTime> m_endOfWait;
 };
 
 } // namespace pelorin

@@ -142,6 +142,22 @@ TEST_F(AskAnsweringTest, UnfoldingFillsTheRowWithWhatItsTerminalShows) {
     EXPECT_EQ(store.asks().at(0)->detail, "");
 }
 
+TEST_F(AskAnsweringTest, KnowsTheRowThatItHasUnfoldedFromAnyOther) {
+    const AskEvent ask = row("request");
+    EXPECT_EQ(answering.unfolded(ask), ask);
+    runner.result = "Do you want to proceed?\n❯ 1. Yes\n  2. No";
+    answering.expand("request");
+    ASSERT_NE(*store.ask("request"), ask);
+    EXPECT_EQ(answering.unfolded(ask), *store.ask("request"));
+
+    AskEvent later = *store.ask("request");
+    later.receivedAt += std::chrono::seconds(1);
+    store.upsert(later);
+    EXPECT_EQ(answering.unfolded(ask), std::nullopt);
+    store.remove("request");
+    EXPECT_EQ(answering.unfolded(ask), std::nullopt);
+}
+
 TEST_F(AskAnsweringTest, UnfoldingWhatCannotBeReadChangesNothing) {
     const AskEvent ask = row();
     const SharedAsks before = store.asks();

@@ -20,7 +20,7 @@ protected:
     /// Asks as a hook does, and goes on waiting.
     void ask() {
         hook.connectToHost(QStringLiteral("127.0.0.1"), delegate.port());
-        const QByteArray body = R"({"session_id":"s","request_id":"r","tool_name":"Bash"})";
+        const QByteArray body = R"({"session_id":"s","request_id":"r","tool_name":"Bash","tmux_pane":"%3"})";
         hook.write("POST /permission HTTP/1.1\r\nContent-Length: " + QByteArray::number(body.size()) + "\r\n\r\n" +
                    body);
         ASSERT_TRUE(eventually([&] { return statusItem.icon->title == QStringLiteral(" 1"); }));
@@ -56,6 +56,26 @@ TEST_F(WindowsOnDemandWithARelay, WhileSilentNoPanelIsMade) {
     EXPECT_TRUE(QGuiApplication::allWindows().isEmpty());
     choose(MenuAction::toggleSilentMode);
     EXPECT_TRUE(eventually([] { return shownWindow(panelTitle) != nullptr; }));
+}
+
+/// Asks wait as shortly as the settings allow.
+class WindowsOfShortWaits : public WindowsOnDemand {
+protected:
+    WindowsOfShortWaits() : WindowsOnDemand({{"decisionWaitSeconds", 5}}) {}
+};
+
+TEST_F(WindowsOfShortWaits, AnUnfoldedRowExpiresAsAnyOther) {
+    runner.result = QStringLiteral("Do you want to proceed?\n❯ 1. Yes\n  2. No");
+    ask();
+    const auto isOnPanel = [](const char* name) {
+        QQuickWindow* const panel = shownWindow(panelTitle);
+        return panel && findItem(panel->contentItem(), QString::fromUtf8(name));
+    };
+    ASSERT_TRUE(clickUntil(panelTitle, QStringLiteral("Show details"), [&] { return isOnPanel("Hide details"); }));
+    ASSERT_TRUE(isOnPanel("Allow"));
+    EXPECT_TRUE(eventually([&] { return hook.bytesAvailable() > 0; }));
+    EXPECT_TRUE(eventually([&] { return !isOnPanel("Allow") && !isOnPanel("Deny"); }));
+    EXPECT_EQ(statusItem.icon->title, QStringLiteral(" 1"));
 }
 
 TEST_F(WindowsOnDemand, TheManagerIsMadeWhenItIsOpened) {

@@ -326,6 +326,27 @@ TEST(EventRouter, UnregisteringASessionLeavesItsHookToItsDeadline) {
     EXPECT_TRUE(broker.store.asks().isEmpty());
 }
 
+TEST(EventRouter, TellsOfARowThatIsNotAsItWasParkedWhenItExpires) {
+    Broker broker;
+    QStringList told;
+    broker.router->setChangedExpiry([&](const AskEvent& parked) { told << parked.id() + parked.detail; });
+    broker.post("/permission", bash("s", "same"), "hook");
+    broker.post("/permission", bash("s", "changed"), "hook");
+    broker.post("/permission", bash("s", "gone"), "hook");
+    AskEvent changed = *broker.store.ask("changed");
+    changed.detail = "filled in";
+    broker.store.upsert(changed);
+    broker.store.remove("gone");
+    broker.dispatch.advance(45s);
+    EXPECT_EQ(told, QStringList({"changed", "gone"}));
+    EXPECT_EQ(Broker::rowsText(broker.store.asks()), "changed ? Bash: ls | s . Answer in terminal — Bash: ls");
+
+    broker.router->expire(changed);
+    EXPECT_EQ(Broker::rowsText(broker.store.asks()), "s . Answer in terminal — Bash: ls");
+    broker.router->expire(changed);
+    EXPECT_EQ(Broker::rowsText(broker.store.asks()), "s . Answer in terminal — Bash: ls");
+}
+
 TEST(EventRouter, KeepsOnlyWhatPointsAtTheTerminalInTheExpiryNotice) {
     Broker broker;
     broker.post("/permission",

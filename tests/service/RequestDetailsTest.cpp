@@ -50,6 +50,38 @@ TEST(RequestDetails, ForgetRowsThatHaveGone) {
     EXPECT_FALSE(details.ofAsk(gone));
 }
 
+TEST(RequestDetails, TellWhenTheHookOfAnAskWaitsNoLonger) {
+    using namespace std::chrono_literals;
+    ManualDispatch dispatch;
+    MemoryUserDefaults defaults;
+    AskStore store;
+    SessionRegistry registry;
+    NotifierSettings settings(defaults);
+    DecisionRouter decisions(dispatch);
+    RequestDetails details(store);
+    const auto router = EventRouter::create(dispatch, store, registry, settings, decisions, {});
+    router->keepDetails(details);
+    const auto ask = [&] {
+        router->route("/permission", R"({"session_id":"s","request_id":"r"})", {.respond = [](const QByteArray&) {
+                      }});
+    };
+    EXPECT_EQ(details.endOfWait("r"), std::nullopt);
+    settings.setDecisionWaitSeconds(45);
+    ask();
+    const WallTime arrival = dispatch.now();
+    settings.setDecisionWaitSeconds(300);
+    dispatch.advance(10s);
+    EXPECT_EQ(details.endOfWait("r"), arrival + 45s);
+    ask();
+    EXPECT_EQ(details.endOfWait("r"), arrival + 310s);
+    EXPECT_EQ(details.endOfWait("s"), std::nullopt);
+
+    for (int count = 0; count < 100; ++count)
+        details.keepWait(request("t", QString::number(count)), arrival);
+    EXPECT_EQ(details.endOfWait("0"), std::nullopt);
+    EXPECT_EQ(details.endOfWait("r"), arrival + 310s);
+}
+
 TEST(RequestDetails, ComeWithTheHooksBodies) {
     ManualDispatch dispatch;
     MemoryUserDefaults defaults;

@@ -27,9 +27,9 @@ struct HookPost {
     Reply reply = Reply::ignored;
 };
 
-/// Plans the call's one post; nothing when the application would not take it. `adapter` is that of the CLI that has
-/// composed the payload, or null. `requestId` is used for a permission request only, `start` for the start of a session
-/// only.
+/// Plans the call's one post. A long message or tool input loses its middle, so that the application takes the request;
+/// nothing when it would not take it all the same. `adapter` is that of the CLI that has composed the payload, or null.
+/// `requestId` is used for a permission request only, `start` for the start of a session only.
 std::optional<HookPost> planPost(const HookCall& call, const CliAdapter* adapter, const Payload& payload,
                                  const HookEnvironment& environment, std::string_view requestId,
                                  const SessionStart& start);

@@ -123,7 +123,7 @@ TEST(HookHelper, LeavesSilentlyWhenItsInputNeverBringsAnObject) {
 TEST(HookHelper, LeavesSilentlyWhenItsInputIsTooLarge) {
     LoopbackListener listener;
     const auto hook =
-        runHook({testedHelper(), "permission"}, R"({"a":")" + std::string(1'500'000, 'x') + R"("})", listener.port());
+        runHook({testedHelper(), "permission"}, R"({"a":")" + std::string(16'500'000, 'x') + R"("})", listener.port());
     expectQuietEnd(*hook);
     EXPECT_FALSE(listener.accept(0ms));
 }

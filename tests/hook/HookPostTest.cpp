@@ -226,6 +226,41 @@ TEST(PlanPost, SendsNothingThatTheApplicationWouldDrop) {
     EXPECT_EQ(requestSize(requestLimit - overhead + 1), 0U);
 }
 
+TEST(PlanPost, ShortensLongValuesSoThatTheApplicationTakesThem) {
+    const std::string path = "/home/user/project/file.txt";
+    const std::string longText = "begin " + std::string(3'000'000, 'x') + " end";
+    const std::pair<Command, std::string> table[] = {
+        {Command::permission,
+         R"("tool_name":"Write","tool_input":{"file_path":")" + path + R"(","content":")" + longText + R"("})"},
+        {Command::notify, R"("message":")" + longText + R"(","tool_input":{"file_path":")" + path + R"("})"},
+        {Command::notify, R"("message":")" + longText + R"(","tool_input":{"file_path":")" + path + R"(","content":")" +
+                              longText + R"("})"},
+        // Repaired bytes are longer.
+        {Command::permission,
+         R"("tool_input":{"file_path":")" + path + R"(","content":"begin )" + std::string(900'000, '\xff') + R"("})"},
+    };
+    for (const auto& [command, members] : table) {
+        SCOPED_TRACE(members.substr(0, 60));
+        const auto post = plan(command, R"({"session_id":"s",)" + members + "}");
+        ASSERT_TRUE(post);
+        const QJsonObject body = parsed(post->body);
+        EXPECT_EQ(body.value("session_id"), "s");
+        EXPECT_EQ(body.value("tool_input").toObject().value("file_path").toString().toStdString(), path);
+        EXPECT_GT(post->body.size(), 900'000U);
+        for (const QString& text :
+             {body.value("message").toString(), body.value("tool_input").toObject().value("content").toString()})
+            EXPECT_TRUE(text.isEmpty() || (text.startsWith("begin ") && text.count(" […] ") == 1));
+    }
+}
+
+TEST(PlanPost, ShortensALongQuestion) {
+    const auto post = plan(Command::permission, R"({"session_id":"s","tool_name":"AskUserQuestion",)"
+                                                R"("tool_input":{"questions":[{"question":"Why )" +
+                                                    std::string(2'000'000, 'x') + R"(?"}]}})");
+    ASSERT_TRUE(post);
+    EXPECT_TRUE(parsed(post->body).value("message").toString().startsWith("Why x"));
+}
+
 TEST(PlanPost, AsksForPermissionUnderTheRequestId) {
     const auto post = plan(Command::permission, capturedPayload("claude/tui/PermissionRequest.Bash.json"));
     ASSERT_TRUE(post);

@@ -6,11 +6,11 @@ usage() {
     cat <<'EOF'
 usage: uninstall-hooks.sh [OPTION...]
 
-Without options: takes everything away, from every CLI, and the start at login.
+Without options: takes Pelorin's hooks out of Claude Code's settings.
 
-  --cli NAME   only from this CLI: claude, codex, gemini, opencode or cursor (may be given several times)
-  --login      only the start at login
-  --all        everything
+  --cli NAME   the CLI to take them from: claude, codex, gemini, opencode or cursor (may be given several times)
+  --login      the start at login
+  --all        everything: from every CLI, and the start at login
   --dry-run    change nothing, and show what would be changed
   --help       this text
 EOF
@@ -41,8 +41,10 @@ done
 
 find_setup "$here"
 
-if [ $with_all = yes ] || [ ${#targets[@]} -eq 0 ]; then
+if [ $with_all = yes ]; then
     targets=("${all_clis[@]}" login)
+elif [ ${#targets[@]} -eq 0 ]; then
+    targets=(claude)
 fi
 
 result=0

@@ -65,6 +65,11 @@ fs::path builtProgram(const std::string& name) {
     return fs::path(PELORIN_BINARY_DIR) / name;
 }
 
+const std::pair<std::string, std::string> otherClis[] = {{"codex", ".codex/hooks.json"},
+                                                         {"gemini", ".gemini/settings.json"},
+                                                         {"opencode", ".config/opencode/plugin/pelorin.js"},
+                                                         {"cursor", ".cursor/hooks.json"}};
+
 class InstalledScripts : public testing::Test {
 protected:
     fs::path scripts() const { return m_installation.scripts(); }
@@ -103,11 +108,28 @@ TEST_F(InstalledScripts, TakeEverythingAway) {
     EXPECT_EQ(install({"--login"}).exit, exited(0));
     EXPECT_THAT(textOf(home() / ".config/autostart/com.pelorin.manager.desktop"),
                 HasSubstr("\nExec=\"" + (prefix() / "bin/pelorin").string() + "\"\n"));
+    EXPECT_EQ(install({"--cli", "codex", "--cli", "gemini", "--cli", "opencode", "--cli", "cursor"}).exit, exited(0));
     EXPECT_TRUE(fs::exists(settings()));
-    const Result result = uninstall({});
+    const Result result = uninstall({"--all"});
     EXPECT_EQ(result.exit, exited(0));
     EXPECT_EQ(result.errors, "");
     EXPECT_THAT(filesBelow(home()), IsEmpty());
+}
+
+TEST_F(InstalledScripts, TakeAwayClaudeCodesHooksAloneUnlessTheyAreToldMore) {
+    write(prefix() / "bin/pelorin", "");
+    fs::permissions(prefix() / "bin/pelorin", fs::perms::owner_all);
+    install({"--login"});
+    for (const auto& [cli, file] : otherClis)
+        install({"--cli", cli});
+    const Result result = uninstall({});
+    EXPECT_EQ(result.exit, exited(0));
+    EXPECT_EQ(result.errors, "");
+    EXPECT_EQ(result.output, "Claude Code: removed from " + settings().string() + ".\n");
+    EXPECT_FALSE(fs::exists(home() / ".claude"));
+    for (const auto& [cli, file] : otherClis)
+        EXPECT_THAT(textOf(home() / file), HasSubstr((scripts() / "hooks/adapters/").string())) << cli;
+    EXPECT_TRUE(fs::exists(home() / ".config/autostart/com.pelorin.manager.desktop"));
 }
 
 TEST_F(InstalledScripts, TakeAwayOnlyWhatIsNamed) {
@@ -146,11 +168,6 @@ TEST_F(InstalledScripts, TellTheStatus) {
     EXPECT_EQ(install({"--status", "--cli", "claude"}).output,
               "Claude Code: installed in " + settings().string() + ".\nStart at login: not installed.\n");
 }
-
-const std::pair<std::string, std::string> otherClis[] = {{"codex", ".codex/hooks.json"},
-                                                         {"gemini", ".gemini/settings.json"},
-                                                         {"opencode", ".config/opencode/plugin/pelorin.js"},
-                                                         {"cursor", ".cursor/hooks.json"}};
 
 TEST_F(InstalledScripts, WireTheClisThatAreNamed) {
     for (const auto& [cli, file] : otherClis) {
@@ -200,7 +217,7 @@ TEST_F(InstalledScripts, WireWhatIsThere) {
                       HasSubstr("Gemini: installed in "), HasSubstr("opencode: installed in "),
                       HasSubstr("Cursor: installed in "), HasSubstr("Start at login: not installed.\n")));
     EXPECT_THAT(install({"--all", "--dry-run"}).output, Not(HasSubstr("+++ ")));
-    uninstall({});
+    uninstall({"--all"});
     EXPECT_EQ(filesBelow(home()), before);
     EXPECT_EQ(textOf(home() / ".codex/hooks.json"), "{\"hooks\": {\"Stop\": []}}");
     EXPECT_EQ(textOf(home() / ".gemini/settings.json"), "{\r\n\t\"ui\": {\"theme\": \"x\"}\r\n}\r\n");
@@ -298,7 +315,7 @@ TEST(CheckedOutScripts, UseWhatIsBuilt) {
                 HasSubstr("='" + (checkout.path() / "hooks/claude-clear-hook.sh").string() + "'"));
     EXPECT_THAT(textOf(home.path() / ".config/autostart/com.pelorin.manager.desktop"),
                 HasSubstr("\nExec=\"" + (built / "pelorin").string() + "\"\n"));
-    EXPECT_EQ(runScript(checkout.path() / "scripts/uninstall-hooks.sh", {}, home.path()).exit, exited(0));
+    EXPECT_EQ(runScript(checkout.path() / "scripts/uninstall-hooks.sh", {"--all"}, home.path()).exit, exited(0));
     EXPECT_THAT(filesBelow(home.path()), IsEmpty());
 }
 

@@ -1,6 +1,8 @@
 #include "BeaconrySetup/FileReplacement.h"
 
 #include "BeaconryBase/FileDescriptor.h"
+#include "BeaconrySetup/LeftOvers.h"
+#include "BeaconrySetup/OpenWriter.h"
 
 #include <cerrno>
 #include <climits>
@@ -181,38 +183,41 @@ mode_t modeOfNewFile() {
 /// A file beside another one, which is removed again unless it has taken that one's place.
 class SiblingFile {
 public:
-    explicit SiblingFile(const std::string& path) : m_path(folderOf(path) + "/.pelorin-XXXXXX") {
+    explicit SiblingFile(const std::string& path) : m_path(siblingTemplate(folderOf(path))) {
         m_file = FileDescriptor(mkostemp(m_path.data(), O_CLOEXEC));
+        m_isMade = m_file.isOpen();
     }
     ~SiblingFile() {
-        if (m_file.isOpen())
+        if (m_isMade)
             unlink(m_path.c_str());
     }
     SiblingFile(const SiblingFile&) = delete;
     SiblingFile& operator=(const SiblingFile&) = delete;
 
-    bool isOpen() const { return m_file.isOpen(); }
+    bool isMade() const { return m_isMade; }
     const std::string& path() const { return m_path; }
 
-    /// Fills it, as a successor of the file that `status` tells of, if there is one.
+    /// Fills and closes it, as a successor of the file that `status` tells of, if there is one.
     bool fill(std::string_view text, const struct stat* status, const std::string& like) {
+        const FileDescriptor file = std::move(m_file);
         if (!status)
-            return fchmod(m_file.number(), modeOfNewFile()) == 0 && writeAll(m_file, text);
+            return fchmod(file.number(), modeOfNewFile()) == 0 && writeAll(file, text);
         struct stat own {};
-        if (fstat(m_file.number(), &own) != 0)
+        if (fstat(file.number(), &own) != 0)
             return false;
         const bool isSameOwner = own.st_uid == status->st_uid && own.st_gid == status->st_gid;
-        if (!isSameOwner && fchown(m_file.number(), status->st_uid, status->st_gid) != 0)
+        if (!isSameOwner && fchown(file.number(), status->st_uid, status->st_gid) != 0)
             return false;
-        if (fchmod(m_file.number(), status->st_mode & permissionBits) != 0)
+        if (fchmod(file.number(), status->st_mode & permissionBits) != 0)
             return false;
-        copyAttributes(FileDescriptor(open(like.c_str(), O_RDONLY | O_CLOEXEC)), m_file);
-        return writeAll(m_file, text);
+        copyAttributes(FileDescriptor(open(like.c_str(), O_RDONLY | O_CLOEXEC)), file);
+        return writeAll(file, text);
     }
 
 private:
     std::string m_path;
     FileDescriptor m_file;
+    bool m_isMade = false;
 };
 
 /// Stopping half-way would leave the file beside.
@@ -248,26 +253,52 @@ bool holds(const std::string& path, std::string_view text) {
     return found && found->state.text == text;
 }
 
-Placing renameOver(const SiblingFile& sibling, const std::string& path, std::string_view expected) {
+int furtherLooksFor(OpenWriter writer) {
+    return writer == OpenWriter::present ? furtherLooks : fewFurtherLooks;
+}
+
+/// Whether a file that has no name for others any more holds the text, once those who had it open for writing before
+/// have closed it. Somebody who keeps it open and writes nothing is not waited for for ever.
+bool stillHolds(const std::string& path, std::string_view text, const Pause& pause) {
+    for (int looks = 0; holds(path, text); ++looks) {
+        const OpenWriter writer = openWriterOf(path);
+        // A writer that has just closed the file may have written since it was read.
+        if (writer == OpenWriter::none || looks >= furtherLooksFor(writer))
+            return holds(path, text);
+        pause();
+    }
+    return false;
+}
+
+/// For a system that can't let files change places: the old file gets a second name, under which it can be looked at
+/// when the new one has taken its place.
+Placing renameOver(const SiblingFile& sibling, const std::string& path, std::string_view expected, const Pause& pause) {
+    const SiblingFile kept(path);
+    const bool isKept =
+        kept.isMade() && unlink(kept.path().c_str()) == 0 && link(path.c_str(), kept.path().c_str()) == 0;
     if (!holds(path, expected))
         return Placing::changedMeanwhile;
-    return rename(sibling.path().c_str(), path.c_str()) == 0 ? Placing::done : Placing::failed;
+    if (rename(sibling.path().c_str(), path.c_str()) != 0)
+        return Placing::failed;
+    if (!isKept || stillHolds(kept.path(), expected, pause))
+        return Placing::done;
+    return rename(kept.path().c_str(), path.c_str()) == 0 ? Placing::changedMeanwhile : Placing::failed;
 }
 
 /// The two files change places at once. What has stood at the path can then be looked at at leisure: if it is not what
 /// was expected, another program has written in the last moment, and its file goes back.
 Placing exchangeWith(const SiblingFile& sibling, const std::string& path, std::string_view expected,
-                     std::string_view text) {
+                     std::string_view text, const Pause& pause) {
     if (!holds(path, expected))
         return Placing::changedMeanwhile;
     if (!exchange(sibling.path(), path)) {
         if (errno == ENOENT)
             return Placing::changedMeanwhile;
-        return renameOver(sibling, path, expected);
+        return renameOver(sibling, path, expected, pause);
     }
-    if (holds(sibling.path(), expected))
+    if (stillHolds(sibling.path(), expected, pause))
         return Placing::done;
-    if (exchange(sibling.path(), path) && !holds(sibling.path(), text))
+    if (exchange(sibling.path(), path) && !stillHolds(sibling.path(), text, pause))
         exchange(sibling.path(), path);
     return Placing::changedMeanwhile;
 }
@@ -279,13 +310,13 @@ Placing placeNew(const SiblingFile& sibling, const std::string& path) {
 }
 
 /// Takes the file away and looks whether it was the expected one; if not, it goes back.
-Placing takeAway(const std::string& path, std::string_view expected) {
+Placing takeAway(const std::string& path, std::string_view expected, const Pause& pause) {
     if (!holds(path, expected))
         return Placing::changedMeanwhile;
     const SiblingFile sibling(path);
-    if (!sibling.isOpen() || rename(path.c_str(), sibling.path().c_str()) != 0)
+    if (!sibling.isMade() || rename(path.c_str(), sibling.path().c_str()) != 0)
         return errno == ENOENT ? Placing::changedMeanwhile : Placing::failed;
-    if (holds(sibling.path(), expected))
+    if (stillHolds(sibling.path(), expected, pause))
         return Placing::done;
     // Should there be a file again by now, that one is the newest.
     if (link(sibling.path().c_str(), path.c_str()) == 0 || errno == EEXIST)
@@ -312,43 +343,71 @@ bool keepCopy(const std::string& path, const Found& found, const std::string& li
     if (path.empty() || isThere(path))
         return true;
     SiblingFile sibling(path);
-    return sibling.isOpen() && sibling.fill(*found.state.text, &found.status, like) &&
+    return sibling.isMade() && sibling.fill(*found.state.text, &found.status, like) &&
            placeNew(sibling, path) != Placing::failed;
 }
 
-Placing place(const std::string& path, const Found& found, const DesiredFile& desired) {
+Placing place(const std::string& path, const Found& found, const DesiredFile& desired, const Pause& pause) {
     if (found.state.text && !keepCopy(desired.copyPath, found, path))
         return Placing::failed;
     if (!desired.text) {
-        const Placing placing = takeAway(path, *found.state.text);
+        const Placing placing = takeAway(path, *found.state.text, pause);
         if (placing == Placing::done)
             removeFolders(path, desired.foldersToRemove);
         return placing;
     }
     SiblingFile sibling(path);
-    if (!sibling.isOpen() || !sibling.fill(*desired.text, found.state.text ? &found.status : nullptr, path))
+    if (!sibling.isMade() || !sibling.fill(*desired.text, found.state.text ? &found.status : nullptr, path))
         return Placing::failed;
     if (!found.state.text)
         return placeNew(sibling, path);
-    return exchangeWith(sibling, path, *found.state.text, *desired.text);
+    return exchangeWith(sibling, path, *found.state.text, *desired.text, pause);
+}
+
+/// Looks until what is found makes sense, for a while; what is found in the end may still make none. That is told last
+/// to `makesSense`, too.
+tl::expected<Found, std::string>
+lookForSense(const std::string& path, const std::function<bool(const FileState&)>& makesSense, const Pause& pause) {
+    for (int looks = 0;; ++looks) {
+        // Who closes the file after this has written what is read next.
+        const OpenWriter writer = openWriterOf(path);
+        auto found = look(path);
+        const bool isFinal = !found || !found->state.text || looks >= furtherLooksFor(writer);
+        const bool isEmptied = found && found->state.text == "";
+        if ((found && (isFinal || !isEmptied) && makesSense(found->state)) || isFinal)
+            return found;
+        pause();
+    }
 }
 
 } // namespace
+
+void pauseAMoment() {
+    const timespec moment{0, 10'000'000};
+    nanosleep(&moment, nullptr);
+}
 
 tl::expected<FileState, std::string> readFile(const std::string& path) {
     const auto end = linkEnd(path);
     if (!end)
         return Failure(end.error());
-    auto found = look(*end);
-    if (!found)
-        return Failure(std::move(found.error()));
-    return std::move(found->state);
+    return look(*end).map([](Found found) { return std::move(found.state); });
 }
 
-tl::expected<FileChange, std::string> editFile(const std::string& path, const FileEdit& edit) {
+tl::expected<FileState, std::string>
+readFile(const std::string& path, const std::function<bool(const FileState&)>& makesSense, const Pause& pause) {
     const auto end = linkEnd(path);
     if (!end)
         return Failure(end.error());
+    return lookForSense(*end, makesSense, pause).map([](Found found) { return std::move(found.state); });
+}
+
+tl::expected<FileChange, std::string> editFile(const std::string& path, const FileEdit& edit, const Pause& pause) {
+    const auto end = linkEnd(path);
+    if (!end)
+        return Failure(end.error());
+    for (const std::string& folder : {folderOf(*end), folderOf(path)})
+        removeLeftOvers(folder);
     // The folders that are made here are not missing any more when the file is looked at again.
     std::size_t madeFolders = 0;
     for (int attempt = 0; attempt < attemptLimit; ++attempt) {
@@ -365,21 +424,29 @@ tl::expected<FileChange, std::string> editFile(const std::string& path, const Fi
         const auto lock = lockFolder(folderOf(*end));
         if (!lock)
             return Failure(lock.error());
-        auto found = look(*end);
+        tl::expected<DesiredFile, std::string> desired;
+        FileState state;
+        const auto found = lookForSense(
+            *end,
+            [&](const FileState& present) {
+                state = present;
+                if (!state.text)
+                    state.missingFolders = madeFolders;
+                desired = edit(state);
+                return desired.has_value();
+            },
+            pause);
         if (!found)
-            return Failure(std::move(found.error()));
-        if (!found->state.text)
-            found->state.missingFolders = madeFolders;
-        const auto desired = edit(found->state);
+            return Failure(found.error());
         if (!desired)
             return Failure(desired.error());
-        FileChange change{found->state, desired->text};
+        FileChange change{std::move(state), desired->text};
         if (!change.isChange())
             return change;
         if (const auto isWritable = checkWritable(*end, *found); !isWritable)
             return Failure(isWritable.error());
         const ScopedSignalBlock held;
-        switch (place(*end, *found, *desired)) {
+        switch (place(*end, *found, *desired, pause)) {
         case Placing::done:
             fsync(lock->number());
             return change;

@@ -49,13 +49,34 @@ struct FileChange {
     bool isChange() const { return before.text != after; }
 };
 
+/// Waits for the moment between two looks at a file that another program may be writing.
+using Pause = std::function<void()>;
+
+/// A hundredth of a second.
+void pauseAMoment();
+
+/// How often a file is looked at again that another program has open for writing: a second's worth of moments.
+inline constexpr int furtherLooks = 100;
+
+/// How often when nobody has, or when the system does not tell.
+inline constexpr int fewFurtherLooks = 20;
+
 /// Reads what stands at the path, at the end of all links.
 tl::expected<FileState, std::string> readFile(const std::string& path);
+
+/// Reads what stands at the path, and looks again for a while as long as that is an emptied file or does not make
+/// sense: many programs empty a file and then write it.
+tl::expected<FileState, std::string> readFile(const std::string& path,
+                                              const std::function<bool(const FileState& state)>& makesSense,
+                                              const Pause& pause = pauseAMoment);
 
 /// Writes what the edit wants, at the end of all links. The new text is written beside the file and then takes its
 /// place, so that nobody ever reads half a file. Owner, mode and extended attributes are kept. Missing folders are
 /// made. A lock on the folder lets one user of this function work at a time. When another program writes meanwhile, the
-/// edit is made again upon what that has written. Nothing is written when the edit changes nothing.
-tl::expected<FileChange, std::string> editFile(const std::string& path, const FileEdit& edit);
+/// edit is made again upon what that has written. A file that has been emptied, and one that the edit refuses, is
+/// looked at again for a while; and the replaced file is let go only once nobody writes it any more. Nothing is written
+/// when the edit changes nothing. Files that a killed run has left in the folder are removed.
+tl::expected<FileChange, std::string> editFile(const std::string& path, const FileEdit& edit,
+                                               const Pause& pause = pauseAMoment);
 
 } // namespace pelorin::setup

@@ -124,7 +124,7 @@ private:
     }
 
     Report status() const {
-        const auto state = readFile(m_path);
+        const auto state = readFile(m_path, [this](const FileState& present) { return stateOf(present).has_value(); });
         if (!state)
             return failure(state.error());
         const auto found = stateOf(*state);
@@ -142,7 +142,8 @@ private:
     }
 
     Report rehearsed() const {
-        const auto state = readFile(m_path);
+        const auto state =
+            readFile(m_path, [this](const FileState& present) { return desiredFor(present).has_value(); });
         if (!state)
             return failure(state.error());
         const Desired desired = desiredFor(*state);

@@ -1,13 +1,19 @@
 #include "BeaconrySetup/FileReplacement.h"
 
+#include "BeaconryBase/FileDescriptor.h"
+#include "BeaconrySetup/LeftOvers.h"
+#include "tests/platform/WithoutSystemCalls.h"
 #include "tests/support/TemporaryDirectory.h"
 
 #include <gmock/gmock.h>
 
+#include <fcntl.h>
 #include <fstream>
 #include <future>
 #include <iterator>
+#include <sys/file.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <sys/xattr.h>
 #include <unistd.h>
@@ -62,13 +68,16 @@ protected:
         return found;
     }
 
-    void expectEdit(const fs::path& path, const FileEdit& edit = appending("+")) {
-        const auto change = editFile(path, edit);
+    // Nobody writes during the pauses unless a test does.
+    void expectEdit(
+        const fs::path& path, const FileEdit& edit = appending("+"), const Pause& pause = [] {}) {
+        const auto change = editFile(path, edit, pause);
         EXPECT_TRUE(change) << (change ? "" : change.error());
     }
 
-    std::string errorOf(const fs::path& path, const FileEdit& edit = appending("+")) {
-        const auto change = editFile(path, edit);
+    std::string errorOf(
+        const fs::path& path, const FileEdit& edit = appending("+"), const Pause& pause = [] {}) {
+        const auto change = editFile(path, edit, pause);
         EXPECT_FALSE(change);
         return change ? "" : change.error();
     }
@@ -316,6 +325,177 @@ TEST_F(EditFile, GivesUpWhenTheFileIsChangedAllTheTime) {
     EXPECT_THAT(names(), ElementsAre("settings.json"));
 }
 
+// As some programs write: at first the file is empty, and then there is half of it.
+TEST_F(EditFile, LooksAgainAtAFileThatIsBeingWritten) {
+    const auto edit = [](const FileState& state) -> tl::expected<DesiredFile, std::string> {
+        if (state.text == "half")
+            return tl::unexpected(std::string("broken"));
+        return DesiredFile{*state.text + "+"};
+    };
+    writeInPlace(file(), "");
+    int pauses = 0;
+    expectEdit(file(), edit, [&] {
+        ++pauses;
+        if (pauses == fewFurtherLooks / 2)
+            writeInPlace(file(), "half");
+        if (pauses == fewFurtherLooks)
+            writeInPlace(file(), "whole");
+    });
+    EXPECT_EQ(pauses, fewFurtherLooks);
+    EXPECT_EQ(textOf(file()), "whole+");
+    EXPECT_THAT(names(), ElementsAre("settings.json"));
+}
+
+TEST_F(EditFile, TakesWhatStaysAsItIsForMeantSo) {
+    writeInPlace(file(), "");
+    int pauses = 0;
+    const auto count = [&] {
+        ++pauses;
+    };
+    expectEdit(file(), appending("+"), count);
+    EXPECT_EQ(pauses, fewFurtherLooks);
+    EXPECT_EQ(textOf(file()), "+");
+    pauses = 0;
+    EXPECT_EQ(errorOf(
+                  file(),
+                  [](const FileState&) -> tl::expected<DesiredFile, std::string> {
+                      return tl::unexpected(std::string("broken"));
+                  },
+                  count),
+              "broken");
+    EXPECT_EQ(pauses, fewFurtherLooks);
+    // What makes sense is not waited for.
+    pauses = 0;
+    expectEdit(folder() / "new", appending("+"), count);
+    expectEdit(folder() / "new", appending("+"), count);
+    EXPECT_EQ(pauses, 0);
+}
+
+// A program that has opened the file before it is replaced, and writes it after that.
+class SlowWriter {
+public:
+    explicit SlowWriter(fs::path path) : m_path(std::move(path)) {}
+
+    // To be called when the edit thinks, and in each pause. The system may not tell that the file is open.
+    void open() {
+        if (!m_file.isOpen() && m_pauses == 0)
+            m_file = FileDescriptor(::open(m_path.c_str(), O_WRONLY | O_CLOEXEC));
+    }
+    void pause() {
+        if (++m_pauses != fewFurtherLooks - 1)
+            return;
+        EXPECT_EQ(ftruncate(m_file.number(), 0), 0);
+        EXPECT_EQ(write(m_file.number(), "foreign", 7), 7);
+        m_file.reset();
+    }
+
+private:
+    fs::path m_path;
+    FileDescriptor m_file;
+    int m_pauses = 0;
+};
+
+TEST_F(EditFile, LetsTheReplacedFileGoOnlyWhenNobodyWritesItAnyMore) {
+    writeInPlace(file(), "a");
+    SlowWriter writer(file());
+    expectEdit(
+        file(),
+        [&](const FileState& state) {
+            writer.open();
+            return DesiredFile{*state.text + "+"};
+        },
+        [&] { writer.pause(); });
+    EXPECT_EQ(textOf(file()), "foreign+");
+    EXPECT_THAT(names(), ElementsAre("settings.json"));
+}
+
+TEST_F(EditFile, LetsTheReplacedFileGoAsLateWhereFilesCannotChangePlaces) {
+    writeInPlace(file(), "a");
+    const pid_t child = fork();
+    ASSERT_GE(child, 0);
+    if (child == 0) {
+        if (!denySystemCalls({__NR_renameat2}))
+            _exit(1);
+        SlowWriter writer(file());
+        expectEdit(
+            file(),
+            [&](const FileState& state) {
+                writer.open();
+                return DesiredFile{*state.text + "+"};
+            },
+            [&] { writer.pause(); });
+        expectEdit(file(), appending("-"));
+        _exit(testing::Test::HasFailure() ? 1 : 0);
+    }
+    int status = 0;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    EXPECT_EQ(status, 0);
+    EXPECT_EQ(textOf(file()), "foreign+-");
+    EXPECT_THAT(names(), ElementsAre("settings.json"));
+}
+
+TEST_F(EditFile, TakesNothingAwayThatIsStillWritten) {
+    writeInPlace(file(), "a");
+    SlowWriter writer(file());
+    expectEdit(
+        file(),
+        [&](const FileState& state) {
+            writer.open();
+            return DesiredFile{state.text == "a" ? std::nullopt : state.text};
+        },
+        [&] { writer.pause(); });
+    EXPECT_EQ(textOf(file()), "foreign");
+    EXPECT_THAT(names(), ElementsAre("settings.json"));
+}
+
+TEST_F(EditFile, HasMorePatienceWithAFileThatIsOpen) {
+    writeInPlace(file(), "");
+    const FileDescriptor kept(open(file().c_str(), O_RDWR | O_CLOEXEC));
+    int pauses = 0;
+    const auto state = readFile(
+        file(), [](const FileState&) { return true; }, [&] { ++pauses; });
+    EXPECT_EQ(state, (FileState{""}));
+    EXPECT_THAT(pauses, testing::AnyOf(furtherLooks, fewFurtherLooks));
+}
+
+TEST_F(EditFile, DoesNotWaitForEverForWhoKeepsTheFileOpen) {
+    writeInPlace(file(), "a");
+    const FileDescriptor kept(open(file().c_str(), O_RDWR | O_CLOEXEC));
+    int pauses = 0;
+    expectEdit(file(), appending("+"), [&] { ++pauses; });
+    EXPECT_THAT(pauses, testing::AnyOf(furtherLooks, fewFurtherLooks));
+    EXPECT_EQ(textOf(file()), "a+");
+}
+
+TEST_F(EditFile, RemovesWhatAKilledRunHasLeft) {
+    fs::create_directory(folder() / "real");
+    writeInPlace(folder() / "real/settings.json", "a");
+    fs::create_symlink("real/settings.json", file());
+    const std::string others[] = {".pelorin-short", ".pelorin-AbC1234", ".pelorin-AbC12.", "x.pelorin-AbC123",
+                                  ".pelorin-abcdef.json"};
+    for (const fs::path& place : {folder(), folder() / "real"}) {
+        writeInPlace(place / ".pelorin-AbC123", "left");
+        for (const std::string& other : others)
+            writeInPlace(place / other, "other");
+    }
+    fs::create_directory(folder() / ".pelorin-FOLDER");
+    fs::create_symlink("real", folder() / ".pelorin-linked");
+    expectEdit(file(), appending(""));
+    EXPECT_EQ(names().size(), std::size(others) + 4);
+    EXPECT_FALSE(fs::exists(folder() / ".pelorin-AbC123"));
+    EXPECT_FALSE(fs::exists(folder() / "real/.pelorin-AbC123"));
+    for (const std::string& other : others)
+        EXPECT_TRUE(fs::exists(folder() / "real" / other)) << other;
+}
+
+TEST_F(EditFile, RemovesNothingOfARunThatGoesOn) {
+    writeInPlace(folder() / ".pelorin-AbC123", "");
+    const FileDescriptor lock(open(folder().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    ASSERT_EQ(flock(lock.number(), LOCK_EX), 0);
+    removeLeftOvers(folder());
+    EXPECT_TRUE(fs::exists(folder() / ".pelorin-AbC123"));
+}
+
 TEST_F(EditFile, PassesOnWhatTheEditRefuses) {
     writeInPlace(file(), "a");
     EXPECT_EQ(errorOf(file(),
@@ -380,6 +560,22 @@ TEST(ReadFile, TellsWhatStandsThere) {
     EXPECT_EQ(readFile(path), (FileState{std::nullopt, 0}));
     writeInPlace(path, "x");
     EXPECT_EQ(readFile(path), (FileState{"x"}));
+}
+
+TEST(ReadFile, LooksAgainUntilWhatItReadsMakesSense) {
+    const TemporaryDirectory directory;
+    const fs::path path = directory.path() / "settings.json";
+    writeInPlace(path, "");
+    const auto isWhole = [](const FileState& state) {
+        return state.text == "whole";
+    };
+    int pauses = 0;
+    EXPECT_EQ(readFile(path, isWhole, [&] { writeInPlace(path, ++pauses == 1 ? "half" : "whole"); }),
+              (FileState{"whole"}));
+    EXPECT_EQ(pauses, 2);
+    writeInPlace(path, "half");
+    EXPECT_EQ(readFile(path, isWhole, [&] { ++pauses; }), (FileState{"half"}));
+    EXPECT_EQ(pauses, 2 + fewFurtherLooks);
 }
 
 } // namespace

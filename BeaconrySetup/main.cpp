@@ -2,6 +2,7 @@
 
 #include "BeaconrySetup/Setup.h"
 
+#include <csignal>
 #include <cstdio>
 #include <optional>
 #include <string>
@@ -60,6 +61,8 @@ int complain(const char* text) {
 } // namespace
 
 int main(int count, char** arguments) {
+    // A write beyond the limit on a file's size fails then, and is told, instead of ending the program half-way.
+    std::signal(SIGXFSZ, SIG_IGN);
     if (count == 2 && std::string_view(arguments[1]) == "--help") {
         std::fputs(usage, stdout);
         return 0;

@@ -390,6 +390,16 @@ TEST_F(SetupProgram, OnlyShowsWhatItWouldDo) {
     EXPECT_THAT(rehearse("uninstall"), EndsWith("\n+  \"env\": {}\n }\n"));
 }
 
+TEST_F(SetupProgram, SaysThatAFileCannotBeWrittenToItsEnd) {
+    write(settings(), "{}");
+    const Result result =
+        runCommand({"/bin/sh", "-c", "ulimit -f 1; exec \"$@\"", "sh", program, "install", "claude", "--hooks", hooks});
+    EXPECT_EQ(result.exit, exited(1));
+    EXPECT_EQ(result.errors, "Claude Code: " + settings().string() + ": File too large\n");
+    EXPECT_EQ(textOf(settings()), "{}");
+    EXPECT_THAT(filesAtHome(), ElementsAre(".claude", ".claude/settings.json", ".claude/settings.json.before-pelorin"));
+}
+
 TEST_F(SetupProgram, SaysThatAFileIsReadOnly) {
     write(settings(), "{}");
     fs::permissions(settings(), fs::perms::owner_read);

@@ -10,6 +10,14 @@ std::string configFolder(std::string_view variableValue, std::string_view home) 
     return folderFrom(variableValue, std::string(home) + "/.config");
 }
 
+std::string claudeFolder(std::string_view variableValue, std::string_view home) {
+    return folderFrom(variableValue, std::string(home) + "/.claude");
+}
+
+std::string claudeSettingsFile(std::string_view claudeFolder) {
+    return std::string(claudeFolder) + "/settings.json";
+}
+
 std::string autostartFile(std::string_view configFolder) {
     return std::string(configFolder) + "/autostart/com.pelorin.manager.desktop";
 }

@@ -12,6 +12,12 @@ std::string folderFrom(std::string_view variableValue, std::string_view otherwis
 /// Where a free desktop keeps the user's settings, by the value of `XDG_CONFIG_HOME` and the user's home.
 std::string configFolder(std::string_view variableValue, std::string_view home);
 
+/// Where Claude Code keeps what is the user's, by the value of `CLAUDE_CONFIG_DIR` and the user's home.
+std::string claudeFolder(std::string_view variableValue, std::string_view home);
+
+/// Claude Code's settings in that folder.
+std::string claudeSettingsFile(std::string_view claudeFolder);
+
 /// The file by which a free desktop starts the application when the user logs in.
 std::string autostartFile(std::string_view configFolder);
 

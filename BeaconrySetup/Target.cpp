@@ -13,7 +13,7 @@ namespace {
 // Claude Code.
 
 std::string claudePath(const SetupEnvironment& environment) {
-    return environment.home + "/.claude/settings.json";
+    return claudeSettingsFile(environment.claudeHome);
 }
 
 HookPlan claudePlan(const SetupEnvironment& environment, ToolQuestions) {
@@ -196,6 +196,7 @@ std::optional<SetupEnvironment> environmentOfProcess() {
     if (environment.home.empty())
         return std::nullopt;
     environment.configHome = configFolder(environmentText("XDG_CONFIG_HOME"), environment.home);
+    environment.claudeHome = claudeFolder(environmentText("CLAUDE_CONFIG_DIR"), environment.home);
     environment.codexHome = folderFrom(environmentText("CODEX_HOME"), environment.home + "/.codex");
     environment.geminiHome = folderFrom(environmentText("GEMINI_CLI_HOME"), environment.home);
     return environment;

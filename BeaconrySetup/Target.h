@@ -13,6 +13,8 @@ struct SetupEnvironment {
     std::string home;
     /// The base directory of the user's settings on a free desktop.
     std::string configHome;
+    /// Claude Code's own directory.
+    std::string claudeHome;
     /// Codex's own directory.
     std::string codexHome;
     /// The home that Gemini takes for the user's.

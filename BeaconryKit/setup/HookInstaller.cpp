@@ -1,5 +1,7 @@
 #include "BeaconryKit/setup/HookInstaller.h"
 
+#include "BeaconryBase/UserFolders.h"
+
 #include "BeaconryKit/platform/ResourceDirectory.h"
 
 #include <QDir>
@@ -18,6 +20,7 @@ namespace {
 
 constexpr QLatin1StringView installerName("/install-hooks.sh");
 constexpr QLatin1StringView uninstallerName("/uninstall-hooks.sh");
+constexpr qint64 settingsSizeLimit = 16LL * 1024 * 1024;
 constexpr QLatin1StringView scriptsFolder("/scripts");
 
 // The current directory and five ancestors.
@@ -34,6 +37,16 @@ QString parentOf(const QString& directory) {
 
 bool isRoot(const QString& directory) {
     return directory.isEmpty() || directory == u"/";
+}
+
+/// The nearest of the directory and its first ancestors that holds the folder of the scripts.
+std::optional<QString> checkoutAround(QString directory) {
+    for (int count = 0; count < examinedDirectories && !isRoot(directory); ++count) {
+        if (QFileInfo::exists(directory + scriptsFolder + installerName))
+            return directory;
+        directory = parentOf(directory);
+    }
+    return std::nullopt;
 }
 
 QString scriptIn(const QString& directory, QLatin1StringView name) {
@@ -60,12 +73,11 @@ HookInstaller::Dependencies HookInstaller::Dependencies::ofProcess() {
 QString HookInstaller::scriptsDir(const Dependencies& dependencies) {
     if (dependencies.resourceDirectory && QFileInfo::exists(*dependencies.resourceDirectory + installerName))
         return *dependencies.resourceDirectory;
-    QString directory = dependencies.currentDirectory;
-    for (int count = 0; count < examinedDirectories && !isRoot(directory); ++count) {
-        if (QFileInfo::exists(directory + scriptsFolder + installerName))
-            return directory;
-        directory = parentOf(directory);
-    }
+    if (const auto checkout = checkoutAround(dependencies.currentDirectory))
+        return *checkout;
+    if (const auto checkout =
+            dependencies.programDirectory ? checkoutAround(*dependencies.programDirectory) : std::nullopt)
+        return *checkout;
     return dependencies.currentDirectory;
 }
 
@@ -74,7 +86,11 @@ QString HookInstaller::hooksDir(const Dependencies& dependencies) {
 }
 
 QString HookInstaller::settingsPath(const Dependencies& dependencies) {
-    return dependencies.home + QStringLiteral("/.claude/settings.json");
+    const auto variable = dependencies.environment.find("CLAUDE_CONFIG_DIR");
+    const std::string value =
+        variable == dependencies.environment.end() ? std::string() : variable->second.toStdString();
+    const std::string home = QFile::encodeName(dependencies.home).toStdString();
+    return QFile::decodeName(claudeSettingsFile(claudeFolder(value, home)).c_str());
 }
 
 QString HookInstaller::installerPath(const Dependencies& dependencies) {
@@ -87,7 +103,8 @@ QString HookInstaller::uninstallerPath(const Dependencies& dependencies) {
 
 bool HookInstaller::isInstalled(const Dependencies& dependencies) {
     QFile file(settingsPath(dependencies));
-    if (!file.open(QIODevice::ReadOnly))
+    // What is no ordinary file may never end, and opening it may wait for ever.
+    if (!QFileInfo(file).isFile() || file.size() > settingsSizeLimit || !file.open(QIODevice::ReadOnly))
         return false;
     const QByteArray text = file.readAll();
     const QJsonDocument document = QJsonDocument::fromJson(text);

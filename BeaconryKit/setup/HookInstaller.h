@@ -21,6 +21,9 @@ public:
         QString currentDirectory;
         Environment environment;
         QString shell = QStringLiteral("/bin/bash");
+        /// Where the application's program is, to find the scripts of the checkout that it was built in. Only the
+        /// application tells; the other programs go by the current directory alone.
+        std::optional<QString> programDirectory = std::nullopt;
 
         /// Those of this process.
         static Dependencies ofProcess();
@@ -30,12 +33,12 @@ public:
 
     /// The directory that holds the scripts or, in a checkout, the folder of the scripts: the resource directory if the
     /// installer is in it, else the nearest of the current directory and its first five ancestors that has one, else
-    /// the current directory.
+    /// the same for the program's directory, else the current directory.
     static QString scriptsDir(const Dependencies& dependencies = Dependencies::ofProcess());
 
     static QString hooksDir(const Dependencies& dependencies = Dependencies::ofProcess());
 
-    /// Claude Code's settings file.
+    /// Claude Code's settings file, in the folder that `CLAUDE_CONFIG_DIR` names, or else in the home.
     static QString settingsPath(const Dependencies& dependencies = Dependencies::ofProcess());
 
     /// The scripts; the paths are given whether or not something stands there.

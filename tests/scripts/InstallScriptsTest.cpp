@@ -81,8 +81,9 @@ protected:
     Result install(const std::vector<std::string>& arguments, const std::vector<std::string>& environment = {}) const {
         return runScript(scripts() / "install-hooks.sh", arguments, home(), environment);
     }
-    Result uninstall(const std::vector<std::string>& arguments) const {
-        return runScript(scripts() / "uninstall-hooks.sh", arguments, home());
+    Result uninstall(const std::vector<std::string>& arguments,
+                     const std::vector<std::string>& environment = {}) const {
+        return runScript(scripts() / "uninstall-hooks.sh", arguments, home(), environment);
     }
 
 private:
@@ -100,6 +101,23 @@ TEST_F(InstalledScripts, WireClaudeCodeAndUnwireIt) {
     EXPECT_EQ(uninstall({}).exit, exited(0));
     EXPECT_EQ(textOf(settings()), "{\"model\": \"opus\"}");
     EXPECT_THAT(filesBelow(home()), ElementsAre(".claude", ".claude/settings.json"));
+}
+
+TEST_F(InstalledScripts, GoByTheFolderThatClaudeCodeIsGiven) {
+    const std::vector<std::string> own = {"CLAUDE_CONFIG_DIR=" + (home() / "own folder").string()};
+    EXPECT_EQ(install({}, own).exit, exited(0));
+    EXPECT_THAT(textOf(home() / "own folder/settings.json"), HasSubstr("claude-permission-hook.sh"));
+    EXPECT_THAT(install({"--status"}, own).output,
+                StartsWith("Claude Code: installed in " + (home() / "own folder/settings.json").string() + ".\n"));
+    EXPECT_THAT(install({"--status"}).output, StartsWith("Claude Code: not installed.\n"));
+    EXPECT_EQ(uninstall({}, own).exit, exited(0));
+    EXPECT_THAT(filesBelow(home()), IsEmpty());
+    for (const std::string nothing : {"CLAUDE_CONFIG_DIR=", "CLAUDE_CONFIG_DIR=relative"}) {
+        EXPECT_EQ(install({}, {nothing}).exit, exited(0));
+        EXPECT_THAT(filesBelow(home()), ElementsAre(".claude", ".claude/settings.json"));
+        EXPECT_EQ(uninstall({}, {nothing}).exit, exited(0));
+        EXPECT_THAT(filesBelow(home()), IsEmpty());
+    }
 }
 
 TEST_F(InstalledScripts, TakeEverythingAway) {

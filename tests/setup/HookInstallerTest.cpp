@@ -79,6 +79,40 @@ TEST_F(HookInstallerTest, TakesTheResourceDirectoryThatHoldsTheInstaller) {
     EXPECT_EQ(HookInstaller::hooksDir(shipped), toText(folder() / "Resources/hooks"));
 }
 
+TEST_F(HookInstallerTest, GoesByTheFolderThatClaudeCodeIsGiven) {
+    auto places = dependencies(folder());
+    const QString usual = toText(folder() / "home/.claude/settings.json");
+    EXPECT_EQ(HookInstaller::settingsPath(places), usual);
+    for (const char* nothing : {"", "relative/folder"}) {
+        places.environment["CLAUDE_CONFIG_DIR"] = nothing;
+        EXPECT_EQ(HookInstaller::settingsPath(places), usual) << nothing;
+    }
+    places.environment["CLAUDE_CONFIG_DIR"] = (folder() / "own").string().c_str();
+    EXPECT_EQ(HookInstaller::settingsPath(places), toText(folder() / "own/settings.json"));
+    EXPECT_FALSE(HookInstaller::isInstalled(places));
+    write(folder() / "own/settings.json", R"({"hooks": {"Stop": "/somewhere/hooks/claude-clear-hook.sh"}})");
+    EXPECT_TRUE(HookInstaller::isInstalled(places));
+    places.environment.erase("CLAUDE_CONFIG_DIR");
+    EXPECT_FALSE(HookInstaller::isInstalled(places));
+}
+
+TEST_F(HookInstallerTest, ReadsNoSettingsThatNeverEnd) {
+    fs::create_directories(folder() / "home/.claude");
+    const fs::path settings = folder() / "home/.claude/settings.json";
+    ASSERT_EQ(mkfifo(settings.c_str(), 0600), 0);
+    EXPECT_FALSE(HookInstaller::isInstalled(dependencies(folder())));
+    fs::remove(settings);
+    fs::create_symlink("/dev/zero", settings);
+    EXPECT_FALSE(HookInstaller::isInstalled(dependencies(folder())));
+    fs::remove(settings);
+    const std::string text = R"({"hooks": {"Stop": "/somewhere/hooks/claude-clear-hook.sh"}})";
+    const std::string::size_type limit = 16UL * 1024 * 1024;
+    write(settings, text + std::string(limit - text.size(), ' '));
+    EXPECT_TRUE(HookInstaller::isInstalled(dependencies(folder())));
+    write(settings, text + std::string(limit - text.size() + 1, ' '));
+    EXPECT_FALSE(HookInstaller::isInstalled(dependencies(folder())));
+}
+
 TEST_F(HookInstallerTest, FindsTheCheckoutFromFiveLevelsBelowAtTheMost) {
     const fs::path checkout = makeCheckout("");
     const std::string below[] = {"", "a", "a/b", "a/b/c", "a/b/c/d", "a/b/c/d/e"};
@@ -101,6 +135,21 @@ TEST_F(HookInstallerTest, StaysWhereItIsWithoutACheckout) {
     EXPECT_EQ(HookInstaller::scriptsDir(dependencies(folder() / "a/b")), toText(folder() / "a/b"));
     EXPECT_EQ(HookInstaller::scriptsDir(dependencies("/")), QStringLiteral("/"));
     EXPECT_EQ(HookInstaller::scriptsDir(dependencies("/none")), QStringLiteral("/none"));
+}
+
+TEST_F(HookInstallerTest, LooksAroundTheProgramLastAndOnlyWhereItIsTold) {
+    const fs::path checkout = makeCheckout("");
+    write(folder() / "other/scripts/install-hooks.sh", "");
+    auto told = dependencies(folder() / "nothing");
+    told.programDirectory = toText(checkout / "build/release/bin");
+    EXPECT_EQ(HookInstaller::scriptsDir(told), toText(checkout));
+    EXPECT_EQ(HookInstaller::installerPath(told), toText(checkout / "scripts/install-hooks.sh"));
+    told.programDirectory = toText(checkout / "a/b/c/d/e/f");
+    EXPECT_EQ(HookInstaller::scriptsDir(told), toText(folder() / "nothing"));
+    told.programDirectory = toText(checkout / "build/release/bin");
+    told.currentDirectory = toText(folder() / "other/a");
+    EXPECT_EQ(HookInstaller::scriptsDir(told), toText(folder() / "other"));
+    EXPECT_FALSE(HookInstaller::Dependencies::ofProcess().programDirectory);
 }
 
 TEST_F(HookInstallerTest, LooksForTheScriptsDirectlyAndInTheirFolder) {

@@ -40,6 +40,9 @@ public:
     /// Ends the shell. Does nothing when none runs. Not gated.
     void stop();
 
+    /// Counts output as being on its way (see `PtyShell::hold`). For the output callback.
+    Task hold(const QString& text) { return m_shell->hold(text.size()); }
+
 private:
     bool isAllowed() const { return m_gate->termConfig().has_value(); }
     PtyShell& shell();

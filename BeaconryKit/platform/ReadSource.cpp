@@ -17,6 +17,9 @@ struct ReadSource::State : std::enable_shared_from_this<State> {
     const Task onReadable;
     std::mutex mutex;
     bool isCancelled = false;
+    bool isSuspended = false;
+    // Neither is anything watched, nor is a run under way or waiting.
+    bool isIdle = false;
     asio::posix::stream_descriptor stream;
     // The stream's, as long as that watches: a run that takes long must not keep it open.
     std::shared_ptr<const FileDescriptor> descriptor;
@@ -34,19 +37,38 @@ struct ReadSource::State : std::enable_shared_from_this<State> {
         // Under the lock, so that nothing is handed to the queue once the source is cancelled.
         const std::lock_guard lock(mutex);
         if (!isCancelled)
-            queue.async([self = shared_from_this()] { self->deliver(); });
+            run();
+    }
+
+    /// Needs the lock.
+    void run() {
+        queue.async([self = shared_from_this()] { self->deliver(); });
     }
 
     void deliver() {
         {
             const std::lock_guard lock(mutex);
-            if (isCancelled)
+            isIdle = isSuspended;
+            if (isCancelled || isSuspended)
                 return;
         }
         onReadable();
         const std::lock_guard lock(mutex);
-        if (!isCancelled)
+        isIdle = isSuspended;
+        if (!isCancelled && !isSuspended)
             watch();
+    }
+
+    void suspend() {
+        const std::lock_guard lock(mutex);
+        isSuspended = true;
+    }
+
+    void resume() {
+        const std::lock_guard lock(mutex);
+        isSuspended = false;
+        if (std::exchange(isIdle, false) && !isCancelled)
+            run();
     }
 
     void cancel() {
@@ -77,6 +99,14 @@ ReadSource::ReadSource(std::shared_ptr<State> state) : m_state(std::move(state))
 
 ReadSource::~ReadSource() {
     m_state->cancel();
+}
+
+void ReadSource::suspend() {
+    m_state->suspend();
+}
+
+void ReadSource::resume() {
+    m_state->resume();
 }
 
 } // namespace pelorin

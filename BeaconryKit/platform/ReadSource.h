@@ -20,6 +20,13 @@ public:
                                              Task onReadable);
 
     ~ReadSource();
+
+    /// Starts no run before `resume`, but for one that has begun. Any thread.
+    void suspend();
+    /// Goes on where `suspend` has stopped, with a run at once, whether or not there is something to read: what came
+    /// meanwhile was not looked at. Any thread.
+    void resume();
+
     ReadSource(const ReadSource&) = delete;
     ReadSource& operator=(const ReadSource&) = delete;
 

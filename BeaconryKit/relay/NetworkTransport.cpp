@@ -88,6 +88,11 @@ public:
     void send(const QString& text) override {
         m_core->post([core = m_core.get(), id = m_id, text] { core->connection(id).send(text); });
     }
+    void sendInTurn(const QString& text, pelorin::Task onTaken) override {
+        m_core->post([core = m_core.get(), id = m_id, text, onTaken = std::move(onTaken)]() mutable {
+            core->connection(id).sendInTurn(text, std::move(onTaken));
+        });
+    }
     void receive(SocketReceiver receiver) override {
         // Who asks again out of a receiver gets what the socket has read besides without another turn of the loop.
         if (m_core->isOnThread() && m_core->isMade(m_id)) {

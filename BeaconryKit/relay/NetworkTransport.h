@@ -30,8 +30,11 @@ public:
         /// The longest message from a WebSocket, in bytes; a longer one ends the connection. As much may wait in a
         /// connection that nobody asks for messages.
         qint64 message = 1'048'576;
-        /// How many bytes may wait to be sent on a WebSocket; what comes on top is dropped.
+        /// How many bytes may wait to be sent on a WebSocket; what comes on top is dropped. A peer that sends pings and
+        /// reads nothing until twice as much waits is left.
         qint64 backlog = 8'388'608;
+        /// How many bytes may wait on a WebSocket for what is sent in turn to follow.
+        qint64 room = 65'536;
         /// How long a newer request of a queue waits for one that is under way before it takes its place.
         std::chrono::milliseconds lanePatience{2000};
     };

@@ -52,9 +52,14 @@ public:
             task->send(relayHello(terminal));
     }
 
-    void sendTermOut(const QString& text) {
+    void sendTermOut(const QString& text, Task onTaken) {
+        if (!onTaken)
+            onTaken = [] {
+            };
         if (const TaskPointer task = currentTask())
-            task->send(relayTerminalOutput(text));
+            task->sendInTurn(relayTerminalOutput(text), std::move(onTaken));
+        else
+            onTaken();
     }
 
     bool isConnected() const { return m_isConnected; }
@@ -244,8 +249,8 @@ void RelaySocket::sendHello() {
     m_core->sendHello();
 }
 
-void RelaySocket::sendTermOut(const QString& text) {
-    m_core->sendTermOut(text);
+void RelaySocket::sendTermOut(const QString& text, Task onTaken) {
+    m_core->sendTermOut(text, std::move(onTaken));
 }
 
 bool RelaySocket::isConnected() const {

@@ -77,8 +77,9 @@ public:
     /// Tells the relay whether phones may drive a shell; nothing happens without a connection.
     void sendHello();
 
-    /// Sends what the shell printed; dropped without a connection.
-    void sendTermOut(const QString& text);
+    /// Sends what the shell printed; dropped without a connection. `onTaken`, where there is one, is called exactly
+    /// once, on any thread, also within this call: when the connection has room for more.
+    void sendTermOut(const QString& text, Task onTaken = {});
 
     /// Whether the connection has delivered a message: an open connection alone proves nothing.
     bool isConnected() const;

@@ -2,6 +2,7 @@
 
 #include "BeaconryKit/platform/Dispatch.h"
 #include "BeaconryKit/platform/PeerWatch.h"
+#include "BeaconryKit/platform/UnsentLimit.h"
 #include "BeaconryKit/relay/ProxyChoice.h"
 #include "BeaconryKit/relay/RelayLog.h"
 #include "BeaconryKit/relay/RequestRunner.h"
@@ -10,6 +11,7 @@
 #include <QNetworkRequest>
 #include <QPointer>
 #include <QSslError>
+#include <QSslSocket>
 #include <QTcpSocket>
 
 #include <utility>
@@ -88,22 +90,69 @@ void SocketConnection::resume() {
 
 void SocketConnection::opened() {
     m_state = State::open;
-    configureSocket();
+    watchSocketBelow();
     for (const QString& text : std::exchange(m_unsent, {}))
         m_socket->sendTextMessage(text);
+    sendWhatHasRoom();
 }
 
 /// The toolkit keeps the TCP socket below to itself; as its child it can be found.
-void SocketConnection::configureSocket() {
-    if (auto* const socket = m_socket->findChild<QTcpSocket*>()) {
-        // A keystroke's echo must not wait for the next one.
-        socket->setSocketOption(QAbstractSocket::LowDelayOption, 1);
-        watchForVanishedPeer(socket->socketDescriptor());
+void SocketConnection::watchSocketBelow() {
+    m_below = m_socket->findChild<QTcpSocket*>();
+    if (!m_below)
+        return;
+    // A keystroke's echo must not wait for the next one.
+    m_below->setSocketOption(QAbstractSocket::LowDelayOption, 1);
+    watchForVanishedPeer(m_below->socketDescriptor());
+    limitUnsent(m_below->socketDescriptor(), static_cast<int>(m_limits.room));
+    connect(m_below, &QTcpSocket::bytesWritten, this, &SocketConnection::sendWhatHasRoom);
+    if (auto* const encrypted = qobject_cast<QSslSocket*>(m_below))
+        connect(encrypted, &QSslSocket::encryptedBytesWritten, this, &SocketConnection::sendWhatHasRoom);
+    // The toolkit has answered the pings among it by now.
+    connect(m_below, &QTcpSocket::readyRead, this, &SocketConnection::checkThatPeerReads);
+}
+
+/// What has been sent and waits in the toolkit for the system to take it; what is encrypted no longer counts as the
+/// socket's own.
+qint64 SocketConnection::bytesToWrite() const {
+    if (!m_below)
+        return 0;
+    const auto* const encrypted = qobject_cast<QSslSocket*>(m_below);
+    return m_below->bytesToWrite() + (encrypted ? encrypted->encryptedBytesToWrite() : 0);
+}
+
+void SocketConnection::checkThatPeerReads() {
+    // Each ping is answered, whether or not anybody takes the answers. We fill half of this ourselves at the most.
+    if (bytesToWrite() > 2 * m_limits.backlog) {
+        qCDebug(relayLog) << "No answers are taken by" << loggable(m_request.url);
+        fail();
     }
 }
 
+void SocketConnection::sendInTurn(const QString& text, Task onTaken) {
+    if (m_state == State::ended) {
+        onTaken();
+        return;
+    }
+    m_inTurn.push_back({text, std::move(onTaken)});
+    sendWhatHasRoom();
+}
+
+void SocketConnection::sendWhatHasRoom() {
+    // Sending may write at once, and who hears that there is room may send.
+    if (m_state != State::open || std::exchange(m_isSendingInTurn, true))
+        return;
+    while (m_state == State::open && !m_inTurn.empty() && bytesToWrite() < m_limits.room) {
+        const Waiting next = std::move(m_inTurn.front());
+        m_inTurn.pop_front();
+        m_socket->sendTextMessage(next.text);
+        next.onTaken();
+    }
+    m_isSendingInTurn = false;
+}
+
 void SocketConnection::send(const QString& text) {
-    const qint64 waiting = m_unsentBytes + (m_state == State::open ? m_socket->bytesToWrite() : 0);
+    const qint64 waiting = m_unsentBytes + bytesToWrite();
     if (m_state == State::ended || waiting + text.size() > m_limits.backlog) {
         qCDebug(relayLog) << "Dropped a message to" << loggable(m_request.url);
         return;
@@ -184,10 +233,15 @@ void SocketConnection::end(std::optional<SocketCloseCode> code) {
     const State before = std::exchange(m_state, State::ended);
     m_unsent.clear();
     m_unsentBytes = 0;
+    for (const Waiting& waiting : std::exchange(m_inTurn, {}))
+        waiting.onTaken();
+    QTcpSocket* const below = std::exchange(m_below, nullptr);
     QWebSocket* const socket = std::exchange(m_socket, nullptr);
     if (!socket)
         return;
     socket->disconnect(this);
+    if (below)
+        below->disconnect(this);
     // This may be one of the socket's own signals, and its last bytes may still have to leave.
     socket->setParent(m_leaving);
     if (code && before == State::open) {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "BeaconryKit/platform/Dispatch.h"
+
 #include <QByteArray>
 #include <QList>
 #include <QString>
@@ -57,6 +59,14 @@ public:
 
     /// Sends a text frame. What cannot be sent is dropped.
     virtual void send(const QString& text) = 0;
+
+    /// Sends a text frame once the connection has room for it. Frames that are sent so keep their order; those of
+    /// `send` go before them. `onTaken` is called exactly once, without a lock, on any thread, also within this call:
+    /// when the frame has been taken, or when the connection has ended before that.
+    virtual void sendInTurn(const QString& text, Task onTaken) {
+        send(text);
+        onTaken();
+    }
 
     /// Asks for the next message. `receiver` is called at most once (exactly once, unless the task is destroyed), on a
     /// thread of the transport's that it must not block; each call of `receive` gets a message or the failure of its

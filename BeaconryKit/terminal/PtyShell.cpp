@@ -9,8 +9,8 @@
 
 #include <QLoggingCategory>
 
+#include <atomic>
 #include <cerrno>
-#include <poll.h>
 #include <unistd.h>
 
 #if defined(__APPLE__)
@@ -53,16 +53,23 @@ QByteArray shellPath() {
 
 } // namespace
 
+/// Whether the shell's exit has yet to be told.
+struct PtyShell::Ending {
+    std::atomic<bool> isDue = false;
+};
+
 /// One shell and its terminal. Whoever takes it out of the state ends it; it does not change before that.
 struct PtyShell::Session {
-    Session(std::shared_ptr<const FileDescriptor> terminalMaster, ChildProcess shell)
+    Session(std::shared_ptr<const FileDescriptor> terminalMaster, ChildProcess shell, std::shared_ptr<Ending> itsEnding)
         : master(std::move(terminalMaster)),
           writer(std::make_shared<BackgroundWriter>(master, writeAhead)),
-          process(std::move(shell)) {}
+          process(std::move(shell)),
+          ending(std::move(itsEnding)) {}
 
     const std::shared_ptr<const FileDescriptor> master;
     const std::shared_ptr<BackgroundWriter> writer;
     const ChildProcess process;
+    const std::shared_ptr<Ending> ending;
     std::unique_ptr<ReadSource> readSource;
 
     /// Interactive shells ignore the polite request; losing their terminal is what ends them.
@@ -72,78 +79,120 @@ struct PtyShell::Session {
     }
 };
 
-struct PtyShell::State {
+struct PtyShell::State : std::enable_shared_from_this<State> {
     using Master = std::shared_ptr<const FileDescriptor>;
+    enum class Reading { more, nothingMore, held };
+
+    /// What several threads share.
+    struct Shared {
+        std::unique_ptr<Session> session;
+        qsizetype held = 0;
+
+        bool isHeld() const { return held >= mostHeld; }
+        /// Needs a session that is complete.
+        void followHeld() const {
+            if (!session)
+                return;
+            if (isHeld())
+                session->readSource->suspend();
+            else
+                session->readSource->resume();
+        }
+    };
 
     explicit State(Output output, TaskQueue* taskQueue) : onOutput(std::move(output)), queue(taskQueue) {}
 
     const Output onOutput;
     // None once the shell object is going.
     Guarded<TaskQueue*> queue;
-    mutable Guarded<std::unique_ptr<Session>> session;
+    mutable Guarded<Shared> shared;
+
+    /// Runs the task on the queue, as long as there is one.
+    void later(std::function<void(State&)> task) {
+        queue.with([&](TaskQueue* taskQueue) {
+            if (!taskQueue)
+                return;
+            taskQueue->async([weak = weak_from_this(), task = std::move(task)] {
+                if (const auto state = weak.lock())
+                    task(*state);
+            });
+        });
+    }
 
     Master master() const {
-        return session.with([](const auto& current) { return current ? current->master : nullptr; });
+        return shared.with([](const Shared& now) { return now.session ? now.session->master : nullptr; });
+    }
+
+    void count(qsizetype size) {
+        shared.with([&](Shared& now) {
+            const bool wasHeld = now.isHeld();
+            now.held += size;
+            if (now.isHeld() != wasHeld)
+                now.followHeld();
+        });
     }
 
     /// Makes the session the current one, none for null. The one before ends outside the lock.
     void replaceSession(std::unique_ptr<Session> next) {
-        session.with([&](auto& current) { std::swap(current, next); });
+        shared.with([&](Shared& now) {
+            std::swap(now.session, next);
+            if (now.isHeld())
+                now.followHeld();
+        });
+        // Nothing is read of it any more, so that nothing else brings the notice.
+        if (next && next->ending->isDue)
+            later([ending = next->ending](State& state) { state.sayExit(*ending); });
     }
 
     /// Ends the session of this terminal, unless another has taken its place.
     void endSession(const FileDescriptor* terminal) {
         std::unique_ptr<Session> ended;
-        session.with([&](auto& current) {
-            if (current && current->master.get() == terminal)
-                std::swap(current, ended);
+        shared.with([&](Shared& now) {
+            if (now.session && now.session->master.get() == terminal)
+                std::swap(now.session, ended);
         });
     }
 
-    /// Reads once and hands on what came. False when there is nothing (more) to read, or the terminal is no longer the
-    /// current one.
-    bool readOnce(const std::weak_ptr<const FileDescriptor>& source) {
+    /// Reads once and hands on what came. A terminal that is no longer the current one has nothing more.
+    Reading readOnce(const std::weak_ptr<const FileDescriptor>& source) {
         QByteArray bytes;
         {
             // Let go of before the callback: a callback that blocks must not keep the terminal open.
             const Master terminal = source.lock();
+            const bool isHeld = shared.with([](const Shared& now) { return now.isHeld(); });
             if (!terminal || terminal != master())
-                return false;
+                return Reading::nothingMore;
+            if (isHeld)
+                return Reading::held;
             bytes.resize(readSize);
             const ssize_t count = read(terminal->number(), bytes.data(), readSize);
             if (count < 0 && (errno == EAGAIN || errno == EINTR))
-                return false;
+                return Reading::nothingMore;
             if (count <= 0) {
                 endSession(terminal.get());
-                return false;
+                return Reading::nothingMore;
             }
             bytes.truncate(count);
         }
         onOutput(bytes);
-        return true;
+        return Reading::more;
     }
 
-    /// Waits a moment until there is more to read.
-    static void awaitMore(const std::weak_ptr<const FileDescriptor>& source) {
-        constexpr int milliseconds = 1;
-        if (const Master terminal = source.lock()) {
-            pollfd more{terminal->number(), POLLIN, 0};
-            poll(&more, 1, milliseconds);
-        }
-    }
-
-    /// Reads as long as there is something, but not for ever: other tasks wait in the queue. The next piece of a flood
-    /// is there in no time, and coming back by way of the queue for each would cost more than reading it.
-    void readWhatIsThere(const std::weak_ptr<const FileDescriptor>& source) {
+    /// Reads as long as there is something, but not for ever: other tasks wait in the queue, and a job that a shell has
+    /// left behind may print on and on.
+    void readWhatIsThere(const std::weak_ptr<const FileDescriptor>& source, Ending& ending) {
         constexpr int mostReads = 64;
-        for (int reads = 0; reads < mostReads && readOnce(source); ++reads)
-            awaitMore(source);
+        Reading last = Reading::more;
+        for (int reads = 0; reads < mostReads && last == Reading::more; ++reads)
+            last = readOnce(source);
+        // What the shell printed last comes first.
+        if (last != Reading::held)
+            sayExit(ending);
     }
 
-    /// The shell has exited. What it printed last comes first; a job that it left behind may print on for ever.
-    void noteExit(const std::weak_ptr<const FileDescriptor>& source) {
-        readWhatIsThere(source);
-        onOutput(QByteArrayLiteral("\r\n[shell exited]\r\n"));
+    void sayExit(Ending& ending) const {
+        if (ending.isDue.exchange(false))
+            onOutput(QByteArrayLiteral("\r\n[shell exited]\r\n"));
     }
 
     static std::unique_ptr<Session> launch(const std::shared_ptr<State>& state, TerminalSize size);
@@ -159,6 +208,7 @@ std::unique_ptr<PtyShell::Session> PtyShell::State::launch(const std::shared_ptr
     const auto master = std::make_shared<const FileDescriptor>(std::move(terminal->master));
     const std::weak_ptr weakState = state;
     const std::weak_ptr weakMaster = master;
+    const auto ending = std::make_shared<Ending>();
 
     ChildProcess::Launch launch;
     launch.executable = shellPath();
@@ -168,18 +218,12 @@ std::unique_ptr<PtyShell::Session> PtyShell::State::launch(const std::shared_ptr
     launch.standardOutput = terminal->slave.number();
     launch.standardError = terminal->slave.number();
     launch.group = ChildProcess::Group::ownSession;
-    launch.onExit = [weakState, weakMaster] {
-        const auto strongState = weakState.lock();
-        if (!strongState)
-            return;
-        strongState->queue.with([&](TaskQueue* taskQueue) {
-            if (!taskQueue)
-                return;
-            taskQueue->async([weakState, weakMaster] {
-                if (const auto current = weakState.lock())
-                    current->noteExit(weakMaster);
+    launch.onExit = [weakState, weakMaster, ending] {
+        if (const auto current = weakState.lock())
+            current->later([weakMaster, ending](State& present) {
+                ending->isDue = true;
+                present.readWhatIsThere(weakMaster, *ending);
             });
-        });
     };
 
     auto process = ChildProcess::start(std::move(launch));
@@ -187,11 +231,11 @@ std::unique_ptr<PtyShell::Session> PtyShell::State::launch(const std::shared_ptr
         qCDebug(log) << "the shell could not be started:" << process.error().message().c_str();
         return nullptr;
     }
-    auto session = std::make_unique<Session>(master, std::move(*process));
+    auto session = std::make_unique<Session>(master, std::move(*process), ending);
     state->queue.with([&](TaskQueue* taskQueue) {
-        session->readSource = ReadSource::start(master, *taskQueue, [weakState, weakMaster] {
+        session->readSource = ReadSource::start(master, *taskQueue, [weakState, weakMaster, ending] {
             if (const auto current = weakState.lock())
-                current->readWhatIsThere(weakMaster);
+                current->readWhatIsThere(weakMaster, *ending);
         });
     });
     return session->readSource ? std::move(session) : nullptr;
@@ -228,7 +272,8 @@ void PtyShell::send(const QString& text) {
 
 void PtyShell::write(const QByteArray& bytes) {
     // The lock is not held while writing; a session that ends meanwhile drops what it was given.
-    const auto writer = m_state->session.with([](const auto& current) { return current ? current->writer : nullptr; });
+    const auto writer =
+        m_state->shared.with([](const auto& now) { return now.session ? now.session->writer : nullptr; });
     if (writer)
         writer->write(bytes);
 }
@@ -241,7 +286,15 @@ void PtyShell::resize(int columns, int rows) {
 }
 
 bool PtyShell::isRunning() const {
-    return m_state->session.with([](const auto& current) { return current && current->process.isRunning(); });
+    return m_state->shared.with([](const auto& now) { return now.session && now.session->process.isRunning(); });
+}
+
+Task PtyShell::hold(qsizetype size) {
+    m_state->count(size);
+    return [weak = std::weak_ptr(m_state), size] {
+        if (const auto state = weak.lock())
+            state->count(-size);
+    };
 }
 
 } // namespace pelorin

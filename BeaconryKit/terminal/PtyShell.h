@@ -17,14 +17,16 @@ namespace pelorin {
 class PtyShell {
 public:
     /// Takes what the shell printed, raw: a character may be cut between two calls. Called on the queue
-    /// "com.pelorin.pty", with at most `readSize` bytes. Nothing is read while it runs, and a shell whose output nobody
-    /// reads waits: a callback that blocks until the bytes are on their way holds back any flood.
+    /// "com.pelorin.pty", with at most `readSize` bytes. Nothing is read while it runs, nor while too much is held (see
+    /// `hold`), and a shell whose output nobody reads waits.
     using Output = std::function<void(const QByteArray& bytes)>;
 
     /// The most bytes that are read at once.
     static constexpr qsizetype readSize = 16384;
     /// The most bytes that wait for a program that does not read its input: more than anybody pastes.
     static constexpr qsizetype writeAhead = qsizetype{1024} * 1024;
+    /// How much output may be on its way before no more is read.
+    static constexpr qsizetype mostHeld = 65536;
     /// The most columns and rows that a terminal has: the system counts them in 16 bits.
     static constexpr int largestSize = 65535;
 
@@ -57,10 +59,15 @@ public:
     /// when a value is below 1; one beyond `largestSize` is a programming error and stops the program.
     void resize(int columns, int rows);
 
+    /// Counts so much of the output as being on its way: as long as that adds up to `mostHeld` or more, nothing is
+    /// read. The task counts it off again; it is to be called once, on any thread, and may outlive the shell.
+    Task hold(qsizetype size);
+
     /// Whether a shell was started and has not exited.
     bool isRunning() const;
 
 private:
+    struct Ending;
     struct Session;
     struct State;
 

@@ -126,6 +126,61 @@ TEST(ReadSource, StartsNoRunOnceItIsDestroyed) {
     }
 }
 
+TEST(ReadSource, StartsNoRunWhileItIsSuspended) {
+    SharedPipe pipe;
+    WorkerQueue queue("com.pelorin.test");
+    std::atomic<bool> isSuspended = false;
+    std::atomic<bool> ranSuspended = false;
+    std::counting_semaphore<> runs(0);
+    std::unique_ptr<ReadSource> source;
+    source = ReadSource::start(pipe.readEnd, queue, [&] {
+        ranSuspended = ranSuspended || isSuspended;
+        pipe.take();
+        // Within its own run, as somebody does who has read enough.
+        isSuspended = true;
+        source->suspend();
+        runs.release();
+    });
+    constexpr int bytes = 100;
+    for (int byte = 0; byte < bytes; ++byte)
+        pipe.put();
+    for (int run = 0; run < bytes; ++run) {
+        runs.acquire();
+        std::promise<void> behind;
+        queue.async([&] { behind.set_value(); });
+        behind.get_future().wait();
+        EXPECT_FALSE(runs.try_acquire());
+        isSuspended = false;
+        if (run + 1 < bytes)
+            source->resume();
+    }
+    EXPECT_FALSE(ranSuspended);
+    source.reset();
+}
+
+TEST(ReadSource, RunsAtOnceWhenItGoesOn) {
+    SharedPipe pipe;
+    WorkerQueue queue("com.pelorin.test");
+    std::counting_semaphore<> runs(0);
+    // Nothing is ever read, so that each run is followed by the next.
+    std::unique_ptr<ReadSource> source;
+    source = ReadSource::start(pipe.readEnd, queue, [&] {
+        source->suspend();
+        runs.release();
+    });
+    pipe.put();
+    runs.acquire();
+    pipe.take();
+    source->resume();
+    runs.acquire();
+    // Not twice, however often it is said.
+    std::promise<void> behind;
+    queue.async([&] { behind.set_value(); });
+    behind.get_future().wait();
+    EXPECT_FALSE(runs.try_acquire());
+    source.reset();
+}
+
 TEST(ReadSource, LetsGoOfTheDescriptorEvenWhileItsTaskIsStuck) {
     SharedPipe pipe;
     WorkerQueue queue("com.pelorin.test");

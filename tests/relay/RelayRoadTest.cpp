@@ -71,6 +71,36 @@ TEST_F(RelayRoadTest, GreetsToTheByteAndCarriesMessagesBothWays) {
     EXPECT_EQ(relay.openSocket()->texts().first(), hello);
 }
 
+TEST_F(RelayRoadTest, NeitherAGreetingNorADecisionWaitsForWhatTheShellPrints) {
+    socket->start();
+    ASSERT_TRUE(becomesConnected());
+    auto* const end = relay.openSocket();
+    end->stopReading();
+    constexpr int pieces = 500;
+    std::atomic<int> taken = 0;
+    for (int piece = 0; piece < pieces; ++piece)
+        socket->sendTermOut(QString(20'000, 'x'), [&] { ++taken; });
+    ASSERT_TRUE(eventually([&] { return taken > 0; }));
+    relay.decide("tok", "r1", "allow");
+    EXPECT_TRUE(eventually([&] { return acts.copy() == QStringList("r1=allow"); }));
+    socket->sendHello();
+    EXPECT_LT(taken, pieces / 2);
+    end->goOnReading();
+    ASSERT_TRUE(eventually([&] { return end->texts().size() == pieces + 2; }));
+    EXPECT_LT(end->texts().lastIndexOf(hello), pieces / 2);
+    EXPECT_EQ(relay.terminalOutput("tok").size(), pieces * 20'000);
+    EXPECT_EQ(taken, pieces);
+}
+
+TEST_F(RelayRoadTest, WhatIsPrintedWithoutAConnectionIsTakenAndGone) {
+    int taken = 0;
+    socket->sendTermOut("lost", [&] { ++taken; });
+    EXPECT_EQ(taken, 1);
+    socket->start();
+    ASSERT_TRUE(becomesConnected());
+    EXPECT_EQ(relay.terminalOutput("tok"), "");
+}
+
 TEST_F(RelayRoadTest, BearsAnyNumberOfReconnectsWhileOthersUseIt) {
     socket->start();
     std::atomic<bool> isOver = false;

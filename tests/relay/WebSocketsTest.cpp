@@ -1,8 +1,11 @@
 #include "tests/relay/NetworkFixture.h"
 #include "tests/support/LogCapture.h"
+#include "tests/support/Processes.h"
 
+#include <QCoreApplication>
 #include <QTimer>
 
+#include <atomic>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <sys/socket.h>
@@ -460,6 +463,113 @@ TEST_F(WebSocketsTest, DropWhatARelayThatReadsNothingDoesNotTake) {
     EXPECT_TRUE(eventually([&] { return LogCapture::contains("Dropped a message"); }));
     EXPECT_FALSE(reader.hasFailed());
     transport.reset();
+}
+
+TEST_F(WebSocketsTest, KeepWhatIsSentInTurnUntilItIsTaken) {
+    ASSERT_TRUE(relay.start());
+    auto* const socket = opened();
+    ASSERT_TRUE(socket);
+    socket->stopReading();
+    // Far more than the system itself keeps for a connection, and than may wait of what is not sent in turn.
+    constexpr int messages = 500;
+    std::atomic<int> taken = 0;
+    for (int number = 0; number < messages; ++number)
+        task->sendInTurn(QString::number(number).leftJustified(20'000, QChar('x')), [&] { ++taken; });
+    ASSERT_TRUE(eventually([&] { return taken > 0; }));
+    EXPECT_LT(taken, messages / 2);
+    // It overtakes them.
+    task->send("hello");
+    socket->goOnReading();
+    ASSERT_TRUE(eventually([&] { return socket->texts().size() == messages + 1; })) << socket->texts().size();
+    EXPECT_EQ(taken, messages);
+    QStringList texts = socket->texts();
+    EXPECT_LT(texts.indexOf("hello"), messages / 2);
+    texts.removeOne("hello");
+    for (int number = 0; number < messages; ++number)
+        ASSERT_TRUE(texts[number].startsWith(QString::number(number) + 'x')) << number;
+}
+
+TEST_F(WebSocketsTest, SendInTurnOverTlsWithoutPilingUp) {
+    useTls();
+    const TrustedAuthority trusted(certificates->authority);
+    transport.emplace();
+    ASSERT_TRUE(relay.start());
+    auto* const socket = opened();
+    ASSERT_TRUE(socket);
+    socket->stopReading();
+    constexpr int messages = 500;
+    std::atomic<int> taken = 0;
+    for (int number = 0; number < messages; ++number)
+        task->sendInTurn(QString::number(number).leftJustified(20'000, QChar('x')), [&] { ++taken; });
+    ASSERT_TRUE(eventually([&] { return taken > 0; }));
+    // What is encrypted waits, too.
+    task->send("hello");
+    EXPECT_LT(taken, messages / 2);
+    socket->goOnReading();
+    ASSERT_TRUE(eventually([&] { return socket->texts().size() == messages + 1; })) << socket->texts().size();
+    EXPECT_LT(socket->texts().indexOf("hello"), messages / 2);
+}
+
+TEST_F(WebSocketsTest, TellWhoSendsInTurnThatTheyHaveEnded) {
+    ASSERT_TRUE(relay.start());
+    const auto fresh = transport->makeTask(request());
+    std::atomic<int> taken = 0;
+    const auto note = [&] {
+        ++taken;
+    };
+    fresh->sendInTurn("waits to be open", note);
+    fresh->cancel(SocketCloseCode::goingAway);
+    EXPECT_TRUE(eventually([&] { return taken == 1; }));
+    fresh->sendInTurn("too late", note);
+    EXPECT_TRUE(eventually([&] { return taken == 2; }));
+
+    taken = 0;
+    auto* const socket = opened();
+    ASSERT_TRUE(socket);
+    socket->stopReading();
+    constexpr int messages = 500;
+    for (int number = 0; number < messages; ++number)
+        task->sendInTurn(QString(20'000, 'x'), note);
+    ASSERT_TRUE(eventually([&] { return taken > 0; }));
+    EXPECT_LT(taken, messages);
+    // With its task.
+    task.reset();
+    EXPECT_TRUE(eventually([&] { return taken == messages; }));
+}
+
+TEST_F(WebSocketsTest, LeaveARelayThatSendsPingsAndReadsNothing) {
+    const LogCapture log("pelorin.relay");
+    transport.emplace(NetworkTransport::Limits{.backlog = 100'000});
+    ASSERT_TRUE(relay.start());
+    auto* const socket = opened();
+    ASSERT_TRUE(socket);
+    socket->stopReading();
+    const QByteArray ping = QByteArray("\x89\x7d", 2) + QByteArray(125, 'p');
+    const qint64 before = residentMemory();
+    // Far more than the system itself keeps for a connection.
+    for (int round = 0; round < 2000 && !reader.hasFailed(); ++round) {
+        socket->sendBytes(ping.repeated(500));
+        QCoreApplication::processEvents();
+    }
+    EXPECT_TRUE(fails());
+    EXPECT_TRUE(LogCapture::contains("No answers are taken"));
+    if (memoryIsMeasurable) {
+        EXPECT_LT(residentMemory() - before, 100 * 1024 * 1024);
+    }
+}
+
+TEST_F(WebSocketsTest, AnswerPingsWithoutEnd) {
+    transport.emplace(NetworkTransport::Limits{.backlog = 1000});
+    ASSERT_TRUE(relay.start());
+    auto* const socket = opened();
+    ASSERT_TRUE(socket);
+    const QByteArray ping = QByteArray("\x89\x7d", 2) + QByteArray(125, 'p');
+    for (int round = 0; round < 200; ++round) {
+        socket->sendBytes(ping);
+        socket->sendText(QString::number(round));
+        ASSERT_TRUE(eventually([&] { return reader.messages().size() == round + 1; }));
+    }
+    EXPECT_FALSE(reader.hasFailed());
 }
 
 TEST_F(WebSocketsTest, DropWhatDoesNotFitBeforeTheyAreOpen) {

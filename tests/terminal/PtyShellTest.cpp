@@ -556,6 +556,119 @@ TEST_F(FloodTest, WaitsInTheShellWhileNobodyTakesIt) {
     go.release(1'000'000);
 }
 
+/// Holds everything that it is given, until the test lets go of it.
+class HoldingShell {
+public:
+    explicit HoldingShell(Dispatch& dispatch)
+        : shell(dispatch, [this](const QByteArray& bytes) {
+              screen.append(bytes);
+              const std::lock_guard lock(m_mutex);
+              m_held.push_back(shell.hold(bytes.size()));
+          }) {}
+
+    /// Lets go of what is held now. Whether that was anything.
+    bool letGo() {
+        std::vector<Task> held;
+        {
+            const std::lock_guard lock(m_mutex);
+            held.swap(m_held);
+        }
+        for (const Task& task : held)
+            task();
+        return !held.empty();
+    }
+
+    Screen screen;
+
+private:
+    std::mutex m_mutex;
+    std::vector<Task> m_held;
+
+public:
+    PtyShell shell;
+};
+
+class HeldOutput : public PtyShellTest {
+protected:
+    static constexpr std::size_t most = PtyShell::mostHeld + PtyShell::readSize;
+
+    void startFlood(const QByteArray& end) {
+        write("shell", "#!/bin/sh\nstty -opost\nhead -c 1000000 /dev/zero | tr '\\0' x\n" + end);
+        qputenv("SHELL", home.filePath("shell").toUtf8());
+        holding.shell.start(80, 24);
+    }
+    bool fillsUp() {
+        return eventually([&] { return holding.screen.text().size() >= PtyShell::mostHeld; });
+    }
+
+    HoldingShell holding{*dispatch};
+};
+
+TEST_F(HeldOutput, WaitsInTheShellAndComesWhole) {
+    startFlood("printf end; sleep 1000");
+    ASSERT_TRUE(fillsUp());
+    EXPECT_TRUE(eventually([] { return descendantStates() == "SSS"; })) << descendantStates().toStdString();
+    EXPECT_LT(holding.screen.text().size(), most);
+    while (!QByteArray::fromStdString(holding.screen.text()).endsWith("end")) {
+        const std::size_t before = holding.screen.text().size();
+        if (holding.letGo()) {
+            EXPECT_LT(holding.screen.text().size(), before + 2 * most);
+        }
+        std::this_thread::yield();
+    }
+    EXPECT_EQ(holding.screen.text(), std::string(1'000'000, 'x') + "end");
+}
+
+TEST_F(HeldOutput, OfAShellThatHasExitedComesBeforeTheNotice) {
+    startFlood("");
+    ASSERT_TRUE(fillsUp());
+    while (!QByteArray::fromStdString(holding.screen.text()).endsWith(notice)) {
+        holding.letGo();
+        std::this_thread::yield();
+    }
+    EXPECT_EQ(holding.screen.text(), std::string(1'000'000, 'x') + notice.toStdString());
+}
+
+TEST_F(HeldOutput, ALastPieceThatFillsItUpDoesNotSwallowTheNotice) {
+    write("shell", "#!/bin/sh\nprintf last");
+    qputenv("SHELL", home.filePath("shell").toUtf8());
+    const Task other = holding.shell.hold(PtyShell::mostHeld);
+    holding.shell.start(80, 24);
+    ASSERT_TRUE(eventually([&] { return !holding.shell.isRunning() && zombies().isEmpty(); }));
+    EXPECT_EQ(holding.screen.text(), "");
+    other();
+    EXPECT_TRUE(holding.screen.shows("last" + notice)) << holding.screen.text();
+}
+
+TEST_F(HeldOutput, AStopTellsOfTheExitThatWaitedForIt) {
+    write("shell", "#!/bin/sh\nprintf last");
+    qputenv("SHELL", home.filePath("shell").toUtf8());
+    const Task other = holding.shell.hold(PtyShell::mostHeld);
+    holding.shell.start(80, 24);
+    ASSERT_TRUE(eventually([&] { return !holding.shell.isRunning() && zombies().isEmpty(); }));
+    holding.shell.stop();
+    EXPECT_TRUE(holding.screen.shows(notice));
+    EXPECT_EQ(holding.screen.text(), notice.toStdString());
+    other();
+}
+
+TEST_F(HeldOutput, CtrlCStillReachesTheProgram) {
+    holding.shell.start(80, 24);
+    ASSERT_TRUE(holding.screen.shows("$ "));
+    holding.shell.send("yes\n");
+    ASSERT_TRUE(fillsUp());
+    ASSERT_TRUE(eventually([] { return descendantStates() == "SS"; }));
+    holding.shell.send(interrupt);
+    EXPECT_TRUE(eventually([] { return descendantStates() == "S"; })) << descendantStates().toStdString();
+}
+
+TEST_F(HeldOutput, MayBeLetGoOfWhenTheShellIsGone) {
+    auto going = std::make_unique<PtyShell>(*dispatch, [](const QByteArray&) {});
+    const Task held = going->hold(1);
+    going.reset();
+    held();
+}
+
 TEST_F(PtyShellTest, DoesNotHoldUpTypingIntoAShellThatDoesNotRead) {
     start();
     shell.send("sh -c 'echo beg''an; exec sleep 1000'\n");

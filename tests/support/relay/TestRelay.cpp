@@ -124,6 +124,12 @@ void TestRelaySocket::stopReading() {
     disconnect(m_socket, &QTcpSocket::readyRead, nullptr, nullptr);
 }
 
+void TestRelaySocket::goOnReading() {
+    m_socket->setReadBufferSize(0);
+    connect(m_socket, &QTcpSocket::readyRead, this, [this] { receive(m_socket->readAll()); });
+    receive(m_socket->readAll());
+}
+
 void TestRelaySocket::receive(const QByteArray& bytes) {
     m_buffer += bytes;
     while (m_isOpen && takeFrame()) {

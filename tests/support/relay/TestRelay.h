@@ -85,6 +85,8 @@ public:
     void reset();
     /// Reads nothing more, so that what the computer sends piles up there.
     void stopReading();
+    /// Takes what has piled up, and goes on.
+    void goOnReading();
 
     void receive(const QByteArray& bytes);
 

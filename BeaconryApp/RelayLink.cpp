@@ -5,6 +5,7 @@
 #include "BeaconryKit/relay/RelayMessages.h"
 #include "BeaconryKit/relay/ReservedName.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace pelorin {
@@ -16,6 +17,12 @@ bool leadsNowhere(const QString& url) {
     return isReservedName(QUrl(trimBlanks(url)).host());
 }
 
+/// Whether the lists say the same.
+bool isSame(const SharedAsks& left, const SharedAsks& right) {
+    return std::ranges::equal(
+        left, right, [](const SharedAsk& one, const SharedAsk& other) { return one == other || *one == *other; });
+}
+
 } // namespace
 
 RelayLink::RelayLink(const RelayLinkParts& parts, OnDecision onDecision)
@@ -23,10 +30,13 @@ RelayLink::RelayLink(const RelayLinkParts& parts, OnDecision onDecision)
       m_onDecision(std::move(onDecision)),
       m_client(parts.dispatch, parts.http),
       m_provisioner(parts.dispatch, parts.http),
-      m_listPush(parts.dispatch, parts.dispatch.mainQueue(), quietTime, [this] {
-          push();
-          m_gate->refresh(m_parts.settings);
-      }) {
+      m_listPush(
+          parts.dispatch, parts.dispatch.mainQueue(), quietTime,
+          [this] {
+              push();
+              m_gate->refresh(m_parts.settings);
+          },
+          patience) {
 }
 
 RelayLink::~RelayLink() {
@@ -35,23 +45,32 @@ RelayLink::~RelayLink() {
 }
 
 void RelayLink::start() {
-    connect(&m_parts.store, &AskStore::objectWillChange, this, [this] { m_listPush.trigger(); });
+    connect(&m_parts.store, &AskStore::asksWillChange, this, [this](const SharedAsks& asks) {
+        // A session at work clears its rows with every step, mostly none: an ask must not wait for that.
+        if (isSame(asks, m_parts.store.asks()))
+            m_listPush.triggerWithoutDelay();
+        else
+            m_listPush.trigger();
+    });
     m_gate->refresh(m_parts.settings);
     m_lastIdentity = identity();
     provisionIfNeeded();
-    open();
+    if (hasRelay())
+        open();
 }
 
 void RelayLink::followSettings() {
     m_gate->refresh(m_parts.settings);
     const QString now = identity();
     const bool isAnother = std::exchange(m_lastIdentity, now) != now;
+    if (!hasRelay()) {
+        close();
+        return;
+    }
     if (!m_socket)
         open();
     else if (isAnother)
         m_socket->reconnect();
-    if (!m_socket)
-        return;
     if (!m_gate->termConfig())
         m_shell->stop();
     // The phone learns at once whether it has a terminal.
@@ -59,25 +78,38 @@ void RelayLink::followSettings() {
 }
 
 void RelayLink::open() {
-    if (!hasRelay())
-        return;
     // The shell needs the socket for its output, and the socket the shell for a phone's input: the shell's end is weak.
-    const auto socket = std::make_shared<std::weak_ptr<RelaySocket>>();
-    m_shell = std::make_shared<PhoneShell>(m_parts.dispatch, m_gate, [socket](const QString& text) {
-        if (const auto present = socket->lock())
-            present->sendTermOut(text);
+    // The shell waits for its output before it goes, so that the output may name it plainly.
+    struct Ends {
+        std::weak_ptr<RelaySocket> socket;
+        PhoneShell* shell = nullptr;
+    };
+    const auto ends = std::make_shared<Ends>();
+    m_shell = std::make_shared<PhoneShell>(m_parts.dispatch, m_gate, [ends](const QString& text) {
+        if (const auto present = ends->socket.lock())
+            present->sendTermOut(text, ends->shell->hold(text));
     });
+    ends->shell = m_shell.get();
     m_socket = std::make_shared<RelaySocket>(m_parts.dispatch, m_parts.sockets, socketCallbacks());
-    *socket = m_socket;
+    ends->socket = m_socket;
     m_socket->start();
     // While the socket speaks, it brings the decisions.
     m_client.startPolling(
         pollInterval,
-        [gate = m_gate, socket]() -> std::optional<RelayConfig> {
-            const auto present = socket->lock();
+        [gate = m_gate, socket = std::weak_ptr(m_socket)]() -> std::optional<RelayConfig> {
+            const auto present = socket.lock();
             return present && present->isConnected() ? std::nullopt : gate->pollConfig();
         },
         decisionHandler());
+}
+
+void RelayLink::close() {
+    if (!m_socket)
+        return;
+    m_client.stopPolling();
+    m_socket->stop();
+    m_socket.reset();
+    m_shell.reset();
 }
 
 RelaySocket::Callbacks RelayLink::socketCallbacks() {

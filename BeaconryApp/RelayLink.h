@@ -31,13 +31,16 @@ struct RelayLinkParts {
 
 /// This computer's end of the phone relay. Pushes the open asks, brings what phones decide, gives phones a shell where
 /// the user allows it, and obtains the first token. The socket, the poll timer and the shell come into being when a
-/// relay is configured: until then no thread and no timer runs for it. Lives on the main thread; owned by the delegate.
+/// relay is configured, and are let go when none is configured any more: without one no timer runs, and nothing is
+/// tried again and again. Lives on the main thread; owned by the delegate.
 class RelayLink final : public QObject {
     Q_OBJECT
 
 public:
     /// How long the ask list must be quiet before it is pushed.
     static constexpr std::chrono::milliseconds quietTime{60};
+    /// How long changes that go on and on hold the push back.
+    static constexpr std::chrono::milliseconds patience{500};
     /// The time between two polls, in seconds.
     static constexpr double pollInterval = 5.0;
 
@@ -59,6 +62,7 @@ public:
 
 private:
     void open();
+    void close();
     void push();
     void provisionIfNeeded();
     void decide(const QString& requestId, const QString& word);
@@ -72,7 +76,7 @@ private:
     RelayClient m_client;
     RelayProvisioner m_provisioner;
     const std::shared_ptr<RelayGate> m_gate = std::make_shared<RelayGate>();
-    // Both null until a relay is configured.
+    // Both null while no relay is configured.
     std::shared_ptr<PhoneShell> m_shell;
     std::shared_ptr<RelaySocket> m_socket;
     // The address and the token of the last connection.

@@ -214,6 +214,27 @@ TEST_F(RelayEndToEnd, APhoneDrivesAShellWhenItMay) {
     EXPECT_TRUE(prints("=48="));
 }
 
+TEST_F(RelayEndToEnd, AFloodWaitsForARelayThatReadsSlowlyAndComesWhole) {
+    start({{"phoneTerminalEnabled", true}}, {"SHELL=/bin/sh"});
+    ASSERT_TRUE(socketOpens());
+    relay.sendToComputers(token, R"({"type":"term-in","data":"stty -echo -opost; PS1=; echo re''ady\r"})");
+    ASSERT_TRUE(eventually([&] { return relay.terminalOutput(token).contains("ready\n"); }));
+    const qsizetype before = relay.terminalOutput(token).size();
+    relay.openSocket()->stopReading();
+    relay.sendToComputers(token, R"({"type":"term-in","data":"seq 1500000; echo end\r"})");
+    // Nobody else waits for it.
+    const auto hook = startHook();
+    ASSERT_TRUE(reachTheRelay(1));
+    decide(pushedIds().first(), "allow");
+    expectEnd(*hook, allowedByHook);
+    relay.openSocket()->goOnReading();
+    ASSERT_TRUE(eventually([&] { return relay.terminalOutput(token).endsWith("end\n"); }));
+    QString expected;
+    for (int line = 1; line <= 1'500'000; ++line)
+        expected += QString::number(line) + '\n';
+    EXPECT_TRUE(relay.terminalOutput(token).mid(before) == expected + "end\n");
+}
+
 TEST_F(RelayEndToEnd, APhoneDrivesNothingWhenItMayNot) {
     start();
     ASSERT_TRUE(socketOpens());

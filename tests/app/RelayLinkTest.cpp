@@ -68,6 +68,38 @@ TEST_F(RelayLinkTest, AnEmptyListIsPushedToo) {
     EXPECT_EQ(pushed(0), QJsonArray());
 }
 
+TEST_F(RelayLinkTest, StepsThatChangeNothingDoNotHoldAnAskBack) {
+    AskEvent ask = row("one");
+    for (int step = 0; step < 5; ++step) {
+        dispatch.advance(10ms);
+        store.clearNotifications("another session");
+        // The same once more is no change, either.
+        store.upsert(ask);
+    }
+    dispatch.advance(10ms);
+    ASSERT_EQ(verbs(http.sent), QStringList("sync"));
+    EXPECT_EQ(pushed(0).size(), 1);
+}
+
+TEST_F(RelayLinkTest, AStepThatChangesNothingIsPushedToo) {
+    store.clearNotifications("session");
+    dispatch.advance(60ms - 1ns);
+    EXPECT_THAT(http.sent, IsEmpty());
+    dispatch.advance(1ns);
+    EXPECT_EQ(verbs(http.sent), QStringList("sync"));
+}
+
+TEST_F(RelayLinkTest, AnAskIsPushedAfterHalfASecondHoweverManyFollow) {
+    int rows = 0;
+    for (Duration passed{}; passed < 8s; passed += 50ms) {
+        row(QString("request %1").arg(rows++));
+        dispatch.advance(50ms);
+        ASSERT_EQ(verbs(http.sent).count("sync"), rows / 10);
+    }
+    EXPECT_EQ(pushed(0).size(), 10);
+    EXPECT_EQ(pushed(1).size(), 20);
+}
+
 TEST_F(RelayLinkTest, AThousandChangesGiveAHandfulOfPushesTheLastOneRight) {
     for (int change = 0; change < 1000; ++change) {
         row(QString("request %1").arg(change));
@@ -227,6 +259,31 @@ TEST_F(RelayLinkWithoutAToken, GoesOnTryingOnceThereWasOne) {
     settle();
     EXPECT_THAT(connection().request.headers,
                 ::testing::Contains(std::pair<QByteArray, QByteArray>("Authorization", "Bearer again")));
+}
+
+TEST_F(RelayLinkWithoutAToken, RunsNothingOnceThereIsNoneAnyMore) {
+    http.sent.at(0).fail();
+    for (const char* gone : {"", " \t"}) {
+        settings.setRelayToken("typed");
+        settle();
+        const auto connections = sockets.connections.size();
+        EXPECT_NE(dispatch.waitingTasks(), 0U);
+        settings.setRelayToken(gone);
+        settle();
+        EXPECT_EQ(connection().cancelled, SocketCloseCode::goingAway);
+        // What was handed in before comes to nothing, and nothing new is.
+        dispatch.advance(60s);
+        EXPECT_EQ(dispatch.waitingTasks(), 0U);
+        EXPECT_THAT(sockets.connections, SizeIs(connections));
+        EXPECT_EQ(verbs(http.sent), QStringList("provision"));
+    }
+    // Nor does a name that never names a machine keep anything going.
+    settings.setRelayToken("typed");
+    settle();
+    settings.setRelayURL("https://relay.invalid");
+    settle();
+    dispatch.advance(60s);
+    EXPECT_EQ(dispatch.waitingTasks(), 0U);
 }
 
 /// As the program stands before anything is set.

@@ -59,6 +59,49 @@ TEST_F(DebouncerTest, RunsAgainForALaterTrigger) {
     EXPECT_EQ(runs, 2);
 }
 
+TEST_F(DebouncerTest, ARunUnderWayDoesNotWaitForATriggerWithoutDelay) {
+    debouncer->triggerWithoutDelay();
+    dispatch.advance(40ms);
+    debouncer->triggerWithoutDelay();
+    dispatch.advance(20ms - 1ns);
+    EXPECT_EQ(runs, 0);
+    dispatch.advance(1ns);
+    EXPECT_EQ(runs, 1);
+    // Between a trigger and its run it changes nothing, either.
+    debouncer->trigger();
+    dispatch.advance(59ms);
+    debouncer->triggerWithoutDelay();
+    dispatch.advance(1ms);
+    EXPECT_EQ(runs, 2);
+    dispatch.advance(1h);
+    EXPECT_EQ(runs, 2);
+}
+
+TEST_F(DebouncerTest, TriggersHoldARunBackNoLongerThanItsPatience) {
+    Debouncer patient(
+        dispatch, dispatch.mainQueue(), 60ms, [this] { ++runs; }, 500ms);
+    const auto triggerFor = [&](Duration time) {
+        for (Duration passed{}; passed < time; passed += 50ms) {
+            patient.trigger();
+            dispatch.advance(50ms);
+        }
+    };
+    triggerFor(450ms);
+    patient.trigger();
+    dispatch.advance(50ms - 1ns);
+    EXPECT_EQ(runs, 0);
+    dispatch.advance(1ns);
+    EXPECT_EQ(runs, 1);
+    // The patience begins anew with the next trigger.
+    triggerFor(450ms);
+    EXPECT_EQ(runs, 1);
+    dispatch.advance(10ms);
+    EXPECT_EQ(runs, 2) << "It has been quiet.";
+    triggerFor(500ms);
+    EXPECT_EQ(runs, 3);
+    EXPECT_EQ(dispatch.waitingTasks(), 0U);
+}
+
 TEST_F(DebouncerTest, NoticesATriggerOutOfItsOwnRun) {
     int own = 0;
     Debouncer* self = nullptr;

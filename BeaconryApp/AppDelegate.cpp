@@ -11,6 +11,11 @@ AppDelegate::AppDelegate(const AppDependencies& dependencies)
       m_requestDetails(m_store),
       m_settings(dependencies.defaults),
       m_router(dependencies.dispatch),
+      m_helpedSessions({.dispatch = dependencies.dispatch,
+                        .store = m_store,
+                        .registry = m_registry,
+                        .router = m_router,
+                        .details = m_requestDetails}),
       m_focus(dependencies.launcher, dependencies.raiser),
       m_answering({.store = m_store,
                    .registry = m_registry,
@@ -78,6 +83,7 @@ std::optional<Alert> AppDelegate::startServer(quint16 port) {
     m_eventRouter = EventRouter::create(m_dependencies.dispatch, m_store, m_registry, m_settings, m_router,
                                         [this](const AskEvent& ask) { m_focus.focus(ask); });
     m_eventRouter->keepDetails(m_requestDetails);
+    m_eventRouter->setHelpedSessions(m_helpedSessions);
     // An unfolded row is not as it was parked, and expires all the same.
     m_eventRouter->setChangedExpiry([this](const AskEvent& parked) {
         if (const auto row = m_answering.unfolded(parked))

@@ -82,6 +82,7 @@ private:
     SessionRegistry m_registry;
     NotifierSettings m_settings;
     DecisionRouter m_router;
+    HelpedSessions m_helpedSessions;
     TerminalFocus m_focus;
     AskAnswering m_answering;
     RelayLink m_relay;

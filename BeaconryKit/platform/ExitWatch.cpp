@@ -1,5 +1,7 @@
 #include "BeaconryKit/platform/ExitWatch.h"
 
+#include "BeaconryBase/ProcessFacts.h"
+
 #include "BeaconryKit/platform/DescriptorLoop.h"
 #include "BeaconryKit/platform/ThreadName.h"
 
@@ -22,25 +24,33 @@ namespace pelorin {
 namespace {
 
 #if defined(SYS_pidfd_open)
-/// By a descriptor that stands for the process, where the system has such.
-bool watchByDescriptor(pid_t child, Task& onExit) {
+bool isStill(pid_t process, std::uint64_t startTime) {
+    const auto facts = lookUpProcess(process);
+    return facts && startTime != 0 && facts->startTime == startTime;
+}
+
+/// By a descriptor that stands for the process, where the system has such. `isMeant` is asked once the descriptor is
+/// open: the process that it stands for can change no longer.
+template <class IsMeant>
+bool watchByDescriptor(pid_t process, Task& onExit, IsMeant isMeant) {
     asio::io_context* const loop = descriptorLoop();
-    const int number = loop ? static_cast<int>(syscall(SYS_pidfd_open, child, 0)) : -1;
+    const int number = loop ? static_cast<int>(syscall(SYS_pidfd_open, process, 0)) : -1;
     if (number < 0)
         return false;
     asio::error_code error;
-    const auto process = std::make_shared<asio::posix::stream_descriptor>(*loop);
-    process->assign(number, error);
-    if (error) {
+    const auto descriptor = std::make_shared<asio::posix::stream_descriptor>(*loop);
+    if (isMeant())
+        descriptor->assign(number, error);
+    if (!descriptor->is_open()) {
         close(number);
         return false;
     }
-    process->async_wait(asio::posix::descriptor_base::wait_read,
-                        [process, task = std::exchange(onExit, nullptr)](const asio::error_code&) {
-                            asio::error_code ignored;
-                            process->close(ignored);
-                            task();
-                        });
+    descriptor->async_wait(asio::posix::descriptor_base::wait_read,
+                           [descriptor, task = std::exchange(onExit, nullptr)](const asio::error_code&) {
+                               asio::error_code ignored;
+                               descriptor->close(ignored);
+                               task();
+                           });
     return true;
 }
 #endif
@@ -119,10 +129,21 @@ private:
 
 bool watchForExit(pid_t child, Task onExit) {
 #if defined(SYS_pidfd_open)
-    if (watchByDescriptor(child, onExit))
+    if (watchByDescriptor(child, onExit, [] { return true; }))
         return true;
 #endif
     return WaitingThread::shared().watch(child, onExit);
+}
+
+bool watchForExit(pid_t process, std::uint64_t startTime, Task onExit) {
+#if defined(SYS_pidfd_open)
+    return watchByDescriptor(process, onExit, [=] { return isStill(process, startTime); });
+#else
+    static_cast<void>(process);
+    static_cast<void>(startTime);
+    static_cast<void>(onExit);
+    return false;
+#endif
 }
 
 } // namespace pelorin

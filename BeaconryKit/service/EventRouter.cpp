@@ -45,6 +45,7 @@ EventRouter::EventRouter(Dispatch& dispatch, AskStore& store, SessionRegistry& r
 
 void EventRouter::route(const QByteArray& path, const QByteArray& body, const WaitingHook& hook) {
     if (path == "/permission") {
+        meetSession(body);
         handlePermission(body, hook);
         return;
     }
@@ -55,8 +56,10 @@ void EventRouter::route(const QByteArray& path, const QByteArray& body, const Wa
     // These callers learn nothing but that the request came; what cannot be read is dropped in silence.
     hook.respond("ok");
     if (path == "/event") {
+        meetSession(body);
         handleNotification(body);
     } else if (path == "/clear") {
+        meetSession(body);
         if (const auto sessionId = sessionIdOf(body))
             m_store.clearNotifications(*sessionId);
     } else if (path == "/register") {
@@ -68,6 +71,11 @@ void EventRouter::route(const QByteArray& path, const QByteArray& body, const Wa
     }
 }
 
+void EventRouter::meetSession(const QByteArray& body) {
+    if (m_helpedSessions)
+        m_helpedSessions->meet(body);
+}
+
 void EventRouter::handleRegister(const QByteArray& body) {
     const auto session = SessionInfo::decode(body);
     if (!session)
@@ -75,6 +83,8 @@ void EventRouter::handleRegister(const QByteArray& body) {
     if (m_details)
         m_details->keepSession(session->sessionId, HelperDetails::decode(body));
     m_registry.registerSession(*session);
+    if (m_helpedSessions)
+        m_helpedSessions->begin(session->sessionId, body);
 }
 
 void EventRouter::handleUnregister(const QByteArray& body) {
@@ -83,6 +93,8 @@ void EventRouter::handleUnregister(const QByteArray& body) {
         return;
     if (m_details)
         m_details->forgetSession(*sessionId);
+    if (m_helpedSessions)
+        m_helpedSessions->end(*sessionId);
     m_registry.unregister(*sessionId);
     m_store.clear(*sessionId);
 }

@@ -6,6 +6,7 @@
 #include "BeaconryKit/service/AskStore.h"
 #include "BeaconryKit/service/DecisionRouter.h"
 #include "BeaconryKit/service/EventServer.h"
+#include "BeaconryKit/service/HelpedSessions.h"
 #include "BeaconryKit/service/RequestDetails.h"
 #include "BeaconryKit/sessions/NotifierSettings.h"
 #include "BeaconryKit/sessions/SessionRegistry.h"
@@ -31,6 +32,9 @@ public:
     /// is dropped.
     void keepDetails(RequestDetails& details) { m_details = &details; }
 
+    /// Lets `sessions`, which must outlive the router, do what only our own helper's sessions get.
+    void setHelpedSessions(HelpedSessions& sessions) { m_helpedSessions = &sessions; }
+
     /// Handles one request: `path` by exact comparison, `body` as the hook sent it, and the hook that waits for the
     /// reply. Every request is answered.
     void route(const QByteArray& path, const QByteArray& body, const WaitingHook& hook);
@@ -55,6 +59,7 @@ private:
     EventRouter(Dispatch& dispatch, AskStore& store, SessionRegistry& registry, NotifierSettings& settings,
                 DecisionRouter& router, FocusAction onFocus);
 
+    void meetSession(const QByteArray& body);
     void handleNotification(const QByteArray& body);
     void handlePermission(const QByteArray& body, const WaitingHook& hook);
     void handleRegister(const QByteArray& body);
@@ -74,6 +79,7 @@ private:
     DecisionRouter& m_router;
     FocusAction m_onFocus;
     RequestDetails* m_details = nullptr;
+    HelpedSessions* m_helpedSessions = nullptr;
     std::function<void(const AskEvent& parked)> m_changedExpiry;
 };
 

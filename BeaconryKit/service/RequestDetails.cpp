@@ -19,11 +19,16 @@ RequestDetails::RequestDetails(const AskStore& store) : m_store(store) {
 }
 
 void RequestDetails::keep(const AskEvent& ask, const std::optional<HelperDetails>& details) {
+    m_requests.remove(ask.id());
     if (!details) {
         m_ofRow.remove(ask.id());
         return;
     }
     dropLeftRows(m_ofRow);
+    if (areTooMany(m_requests.size()))
+        takeLeftRequests();
+    if (ask.isPermission())
+        m_requests.insert(ask.id());
     m_ofRow.insert(ask.id(), *details);
     m_ofSession.insert(ask.sessionId, *details);
 }
@@ -44,6 +49,26 @@ void RequestDetails::forgetSession(const QString& sessionId) {
     m_ofSession.remove(sessionId);
 }
 
+QStringList RequestDetails::takeLeftRequests() {
+    QStringList left;
+    m_requests.removeIf([&](const QString& id) {
+        if (m_store.ask(id))
+            return false;
+        left.append(id);
+        return true;
+    });
+    return left;
+}
+
+QStringList RequestDetails::sessionsOf(qint64 cliProcess, quint64 cliStartTime) const {
+    QStringList sessions;
+    for (auto entry = m_ofSession.begin(); entry != m_ofSession.end(); ++entry) {
+        if (entry->cliProcess == cliProcess && entry->cliStartTime == cliStartTime)
+            sessions.append(entry.key());
+    }
+    return sessions;
+}
+
 std::optional<HelperDetails> RequestDetails::ofAsk(const AskEvent& ask) const {
     return valueIn(m_ofRow, ask.id());
 }
@@ -56,11 +81,14 @@ std::optional<HelperDetails> RequestDetails::ofSession(const QString& sessionId)
     return valueIn(m_ofSession, sessionId);
 }
 
+bool RequestDetails::areTooMany(qsizetype count) const {
+    return count > 2 * m_store.asks().size() + leftRowsLimit;
+}
+
 template <class Value>
 void RequestDetails::dropLeftRows(QHash<QString, Value>& table) const {
-    if (table.size() <= 2 * m_store.asks().size() + leftRowsLimit)
-        return;
-    table.removeIf([this](const auto& entry) { return !m_store.ask(entry.key()); });
+    if (areTooMany(table.size()))
+        table.removeIf([this](const auto& entry) { return !m_store.ask(entry.key()); });
 }
 
 } // namespace pelorin

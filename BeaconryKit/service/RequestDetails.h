@@ -5,6 +5,8 @@
 #include "BeaconryKit/service/AskStore.h"
 
 #include <QHash>
+#include <QSet>
+#include <QStringList>
 
 #include <optional>
 
@@ -26,6 +28,11 @@ public:
     /// Forgets the session, but not its rows.
     void forgetSession(const QString& sessionId);
 
+    /// The request ids of our helper's asks whose rows have gone. Forgets that they have.
+    QStringList takeLeftRequests();
+
+    /// The sessions that our helper last told this process to run.
+    QStringList sessionsOf(qint64 cliProcess, quint64 cliStartTime) const;
     /// What the helper told with the ask; nothing for asks of other senders.
     std::optional<HelperDetails> ofAsk(const AskEvent& ask) const;
     /// When the hook of the ask that was parked last under this id waits no longer; nothing for an id that none was
@@ -35,11 +42,14 @@ public:
     std::optional<HelperDetails> ofSession(const QString& sessionId) const;
 
 private:
+    bool areTooMany(qsizetype count) const;
     template <class Value>
     void dropLeftRows(QHash<QString, Value>& table) const;
 
     const AskStore& m_store;
     QHash<QString, HelperDetails> m_ofRow;
+    // Those of the rows that a hook waits on.
+    QSet<QString> m_requests;
     QHash<QString, HelperDetails> m_ofSession;
     QHash<QString, WallTime> m_endOfWait;
 };

@@ -50,6 +50,25 @@ TEST(RequestDetails, ForgetRowsThatHaveGone) {
     EXPECT_FALSE(details.ofAsk(gone));
 }
 
+TEST(RequestDetails, HandOutTheRequestsWhoseRowsHaveGoneOnce) {
+    AskStore store;
+    RequestDetails details(store);
+    for (const AskEvent& ask : {request("s", "kept"), request("s", "gone"), request("notice", {})}) {
+        details.keep(ask, HelperDetails{.version = 1});
+        store.upsert(ask);
+    }
+    store.remove("gone");
+    store.remove("notice");
+    EXPECT_EQ(details.takeLeftRequests(), QStringList("gone"));
+    EXPECT_EQ(details.takeLeftRequests(), QStringList());
+
+    for (int count = 0; count < 100; ++count)
+        details.keep(request("t", QString::number(count)), HelperDetails{.version = 1});
+    EXPECT_LE(details.takeLeftRequests().size(), 70);
+    store.remove("kept");
+    EXPECT_EQ(details.takeLeftRequests(), QStringList("kept"));
+}
+
 TEST(RequestDetails, TellWhenTheHookOfAnAskWaitsNoLonger) {
     using namespace std::chrono_literals;
     ManualDispatch dispatch;

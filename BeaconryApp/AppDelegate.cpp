@@ -22,7 +22,9 @@ AppDelegate::AppDelegate(const AppDependencies& dependencies)
                    .settings = m_settings,
                    .router = m_router,
                    .focus = m_focus,
-                   .runner = dependencies.runner}),
+                   .runner = dependencies.runner,
+                   .details = &m_requestDetails,
+                   .dispatch = &dependencies.dispatch}),
       m_relay({.store = m_store,
                .settings = m_settings,
                .dispatch = dependencies.dispatch,
@@ -61,7 +63,7 @@ void AppDelegate::makeWindows() {
                      .dispatch = m_dependencies.dispatch,
                      .relay = m_relay.client(),
                      .provisioner = m_relay.provisioner()},
-        onAction, [this](const SessionInfo& session) { m_focus.focus(session); }, engine);
+        onAction, [this](const SessionInfo& session) { m_answering.show(session); }, engine);
 }
 
 void AppDelegate::setUpStatusItem() {
@@ -69,7 +71,7 @@ void AppDelegate::setUpStatusItem() {
         m_store, m_registry, m_settings, m_dependencies.statusItem(),
         StatusMenu::Callbacks{
             .openManager = [this] { openManager(); },
-            .jumpToSession = [this](const SessionInfo& session) { m_focus.focus(session); },
+            .jumpToSession = [this](const SessionInfo& session) { m_answering.show(session); },
             .quit = [] { QCoreApplication::quit(); },
         });
 }
@@ -81,7 +83,7 @@ void AppDelegate::openManager() {
 
 std::optional<Alert> AppDelegate::startServer(quint16 port) {
     m_eventRouter = EventRouter::create(m_dependencies.dispatch, m_store, m_registry, m_settings, m_router,
-                                        [this](const AskEvent& ask) { m_focus.focus(ask); });
+                                        [this](const AskEvent& ask) { m_answering.show(ask); });
     m_eventRouter->keepDetails(m_requestDetails);
     m_eventRouter->setHelpedSessions(m_helpedSessions);
     // An unfolded row is not as it was parked, and expires all the same.

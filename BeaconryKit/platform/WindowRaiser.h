@@ -16,8 +16,8 @@ public:
     WindowRaiser& operator=(const WindowRaiser&) = delete;
 
     /// Asks for the window that shows the terminal device (as "/dev/pts/3") to be shown, raised and given the keys.
-    /// Does nothing when no such window is found.
-    virtual void raise(const QString& ttyDevicePath) = 0;
+    /// Does nothing, and returns false, when no such window is found.
+    virtual bool raise(const QString& ttyDevicePath) = 0;
 };
 
 /// The running system's way. On X11 the window manager is asked; the window is one that belongs to a process whose

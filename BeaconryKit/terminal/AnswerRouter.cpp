@@ -1,6 +1,7 @@
 #include "BeaconryKit/terminal/AnswerRouter.h"
 
 #include "BeaconryKit/platform/ProgrammingError.h"
+#include "BeaconryKit/terminal/AppleScriptText.h"
 #include "BeaconryKit/terminal/TerminalProgram.h"
 
 #include <limits>
@@ -22,12 +23,6 @@ QString typedText(const AskChoice::Option& option) {
 
 QString typedText(const AskChoice::Text& text) {
     return text.text;
-}
-
-/// The text for the inside of an AppleScript string. The backslashes first, so that those added for quotes stay single.
-QString escapedForAppleScript(QString text) {
-    return text.replace(QStringLiteral("\\"), QStringLiteral("\\\\"))
-        .replace(QStringLiteral("\""), QStringLiteral("\\\""));
 }
 
 } // namespace

@@ -20,8 +20,10 @@ public:
     /// outcome `failed` never comes. A position of the greatest integer is a programming error and stops the program.
     AnswerResult answer(const AskEvent& ask, const AskChoice& choice, const SessionTarget& target);
 
-private:
+    /// Whether anything may be typed there at all.
     bool mayType(const SessionTarget& target) const;
+
+private:
     AnswerResult inject(const QString& text, const SessionTarget& target);
 
     DecisionRouter& m_router;

@@ -21,4 +21,11 @@ AskEvent expandedAsk(AskEvent ask, const QString& screenText) {
     return ask;
 }
 
+bool isSameFolded(const AskEvent& left, AskEvent right) {
+    right.detail = left.detail;
+    right.options = left.options;
+    right.acceptsText = left.acceptsText;
+    return left == right;
+}
+
 } // namespace pelorin

@@ -8,4 +8,7 @@ namespace pelorin {
 /// not empty. Its options, and whether it takes text, are those that the whole screen shows.
 AskEvent expandedAsk(AskEvent ask, const QString& screenText);
 
+/// Whether both are the same ask, whatever of its terminal either shows.
+bool isSameFolded(const AskEvent& left, AskEvent right);
+
 } // namespace pelorin

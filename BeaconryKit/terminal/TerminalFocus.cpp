@@ -1,6 +1,10 @@
 #include "BeaconryKit/terminal/TerminalFocus.h"
 
 #include "BeaconryKit/terminal/TerminalProgram.h"
+#include "BeaconryKit/terminal/TmuxClients.h"
+#include "BeaconryKit/terminal/TmuxSocket.h"
+
+#include <QFile>
 
 #include <array>
 #include <utility>
@@ -9,8 +13,11 @@ namespace pelorin {
 
 namespace {
 
+// On Linux there is none.
+const QString appleScript = QStringLiteral("/usr/bin/osascript");
+
 template <class Record>
-TerminalFocus::Place placeOf(const Record& record) {
+TerminalFocus::Place placeOfRecord(const Record& record) {
     return {.termProgram = record.termProgram,
             .ttyDevicePath = record.ttyDevicePath(),
             .tmuxPane = record.tmuxPane,
@@ -34,8 +41,12 @@ std::optional<QStringView> applicationName(const QString& termProgram) {
     return std::nullopt;
 }
 
-QString activationScript(QStringView application) {
-    return QStringLiteral("tell application \"") + application.toString() + QStringLiteral("\" to activate");
+/// Brings the application to the front, whichever of its windows that is.
+std::optional<QString> activationScript(const QString& termProgram) {
+    const auto name = applicationName(termProgram);
+    if (!name)
+        return std::nullopt;
+    return QStringLiteral("tell application \"") + name->toString() + QStringLiteral("\" to activate");
 }
 
 /// Selects the tab with the device and puts its window in front.
@@ -79,9 +90,15 @@ QString iTermScript(const QString& ttyDevicePath) {
 /// tool.
 QList<QStringList> toolCommands(const TerminalFocus::Place& place) {
     if (!place.tmuxPane.isEmpty()) {
+        const TmuxSocket server(place.tmuxServer);
+        if (!server.isOurs())
+            return {};
+        const auto tmux = [&](const QString& command) {
+            return QStringList(QStringLiteral("tmux")) +
+                   server.arguments({command, QStringLiteral("-t"), place.tmuxPane});
+        };
         // tmux finds the window by the pane.
-        return {{QStringLiteral("tmux"), QStringLiteral("select-window"), QStringLiteral("-t"), place.tmuxPane},
-                {QStringLiteral("tmux"), QStringLiteral("select-pane"), QStringLiteral("-t"), place.tmuxPane}};
+        return {tmux(QStringLiteral("select-window")), tmux(QStringLiteral("select-pane"))};
     }
     if (!place.weztermPane.isEmpty())
         return {{QStringLiteral("wezterm"), QStringLiteral("cli"), QStringLiteral("activate-pane"),
@@ -106,21 +123,40 @@ void TerminalFocus::focus(const SessionInfo& session) {
 }
 
 void TerminalFocus::focus(const Place& place) {
+    bringForward(place);
+}
+
+bool TerminalFocus::bringForward(const Place& place) {
     const QList<QStringList> commands = toolCommands(place);
-    if (commands.isEmpty()) {
-        focus(place.termProgram, place.ttyDevicePath);
-        return;
-    }
     for (const QStringList& command : commands)
         m_launcher.start(QStringLiteral("/usr/bin/env"), command);
-    activateApplication(place.termProgram);
-    raiseWindow(place.ttyDevicePath);
+    const auto text =
+        commands.isEmpty() ? script(place.termProgram, place.ttyDevicePath) : activationScript(place.termProgram);
+    if (text)
+        runScript(*text);
+    const bool isRaised = raiseWindow(place.ttyDevicePath);
+    return isRaised || !commands.isEmpty() || (text && QFile::exists(appleScript));
+}
+
+bool TerminalFocus::show(const Place& place, TerminalRunner& runner) {
+    const bool isForward = bringForward(place);
+    if (place.tmuxPane.isEmpty())
+        return isForward;
+    const auto device = TmuxClients::show(place.tmuxPane, TmuxSocket(place.tmuxServer), runner);
+    raiseWindow(device);
+    return device.has_value();
+}
+
+TerminalFocus::Place TerminalFocus::placeOf(const AskEvent& ask) {
+    return placeOfRecord(ask);
+}
+
+TerminalFocus::Place TerminalFocus::placeOf(const SessionInfo& session) {
+    return placeOfRecord(session);
 }
 
 void TerminalFocus::focus(const QString& termProgram, const std::optional<QString>& ttyDevicePath) {
-    if (const auto text = script(termProgram, ttyDevicePath))
-        runScript(*text);
-    raiseWindow(ttyDevicePath);
+    bringForward({.termProgram = termProgram, .ttyDevicePath = ttyDevicePath});
 }
 
 std::optional<QString> TerminalFocus::script(const QString& termProgram, const std::optional<QString>& ttyDevicePath) {
@@ -128,8 +164,7 @@ std::optional<QString> TerminalFocus::script(const QString& termProgram, const s
         return terminalScript(*ttyDevicePath);
     if (ttyDevicePath && termProgram == TerminalProgram::iTerm)
         return iTermScript(*ttyDevicePath);
-    const auto application = applicationName(termProgram);
-    return application ? std::optional(activationScript(*application)) : std::nullopt;
+    return activationScript(termProgram);
 }
 
 std::optional<QString> TerminalFocus::script(const Place& place) {
@@ -145,17 +180,11 @@ std::optional<QString> TerminalFocus::script(const AskEvent& ask) {
 
 void TerminalFocus::runScript(const QString& script) {
     // Where there is no AppleScript this starts nothing, and the desktop's own means remain.
-    m_launcher.start(QStringLiteral("/usr/bin/osascript"), {QStringLiteral("-e"), script});
+    m_launcher.start(appleScript, {QStringLiteral("-e"), script});
 }
 
-void TerminalFocus::activateApplication(const QString& termProgram) {
-    if (const auto application = applicationName(termProgram))
-        runScript(activationScript(*application));
-}
-
-void TerminalFocus::raiseWindow(const std::optional<QString>& ttyDevicePath) {
-    if (ttyDevicePath)
-        m_raiser.raise(*ttyDevicePath);
+bool TerminalFocus::raiseWindow(const std::optional<QString>& ttyDevicePath) {
+    return ttyDevicePath && m_raiser.raise(*ttyDevicePath);
 }
 
 } // namespace pelorin

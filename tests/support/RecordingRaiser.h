@@ -9,9 +9,14 @@ namespace pelorin {
 /// Notes the terminal devices whose windows it is to raise.
 class RecordingRaiser final : public WindowRaiser {
 public:
-    void raise(const QString& ttyDevicePath) override { devices.append(ttyDevicePath); }
+    bool raise(const QString& ttyDevicePath) override {
+        devices.append(ttyDevicePath);
+        return isFound;
+    }
 
     QStringList devices;
+    /// Whether there is a window to be raised.
+    bool isFound = true;
 };
 
 } // namespace pelorin

@@ -153,22 +153,23 @@ std::optional<xcb_window_t> windowOf(pid_t process, pid_t sessionLeader, const s
 
 class X11WindowRaiser final : public WindowRaiser {
 public:
-    void raise(const QString& ttyDevicePath) override {
+    bool raise(const QString& ttyDevicePath) override {
         const auto leader = terminalSessionLeader(ttyDevicePath);
         auto display = leader ? XDisplay::open() : std::nullopt;
         if (!display) {
             qCDebug(log) << "no session on" << ttyDevicePath << "or no X server";
-            return;
+            return false;
         }
         const std::vector<ManagedWindow> windows = display->managedWindows();
         // What runs in the terminal may have windows too; the terminal's own is a matter of those above it.
         for (pid_t process = parentProcess(*leader); process > 1; process = parentProcess(process)) {
             if (const auto window = windowOf(process, *leader, windows)) {
                 display->activate(*window);
-                return;
+                return true;
             }
         }
         qCDebug(log) << "no window shows" << ttyDevicePath;
+        return false;
     }
 };
 

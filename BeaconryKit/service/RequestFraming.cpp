@@ -38,6 +38,28 @@ QByteArrayView trimBlanks(QByteArrayView text) {
     return text;
 }
 
+/// Whether the last part of a name is a number, in a way that addresses are written. No name that can be looked up ends
+/// with one.
+bool endsWithNumber(QByteArrayView host) {
+    const QByteArrayView last = host.sliced(host.lastIndexOf('.') + 1);
+    const bool isHexadecimal = last.startsWith("0x") || last.startsWith("0X");
+    return !last.isEmpty() && std::ranges::all_of(isHexadecimal ? last.sliced(2) : last, [&](char character) {
+        return (character >= '0' && character <= '9') ||
+               (isHexadecimal && ((character >= 'a' && character <= 'f') || (character >= 'A' && character <= 'F')));
+    });
+}
+
+/// Whether the value of `Host` is a name with a dot in it. Neither an address nor "localhost" is one.
+bool isDottedName(QByteArrayView value) {
+    if (value.startsWith('['))
+        return false;
+    QByteArrayView host = value.first(value.indexOf(':') < 0 ? value.size() : value.indexOf(':'));
+    const bool isDotted = host.contains('.');
+    if (host.endsWith('.'))
+        host.chop(1);
+    return isDotted && !endsWithNumber(host) && host.compare("localhost", Qt::CaseInsensitive) != 0;
+}
+
 /// Calls `take` with each piece between separators, empty ones included.
 template <class Take>
 void split(QByteArrayView text, QByteArrayView separator, Take take) {
@@ -93,6 +115,7 @@ std::optional<RequestFraming::Head> RequestFraming::parseHead(QByteArrayView hea
     result.bodyStart = head.size() + headEnd.size();
     bool isRequestLine = true;
     bool isRequest = false;
+    bool readsStatus = false;
     split(head, lineEnd, [&](QByteArrayView line) {
         if (std::exchange(isRequestLine, false)) {
             QList<QByteArrayView> words;
@@ -103,6 +126,8 @@ std::optional<RequestFraming::Head> RequestFraming::parseHead(QByteArrayView hea
             isRequest = words.size() >= 2 && (words[0] == "POST" || words[0] == "GET");
             if (isRequest)
                 result.path = words[1].toByteArray();
+            // The only request that is answered with what nobody else should know, and that takes no `POST`.
+            readsStatus = isRequest && words[0] == "GET" && words[1] == "/status";
             return;
         }
         const qsizetype colon = line.indexOf(':');
@@ -112,6 +137,9 @@ std::optional<RequestFraming::Head> RequestFraming::parseHead(QByteArrayView hea
         if (name.compare("content-length", Qt::CaseInsensitive) == 0)
             result.contentLength = std::max<qint64>(0, decimal(trimBlanks(line.sliced(colon + 1))).value_or(0));
         else if (name.compare("origin", Qt::CaseInsensitive) == 0)
+            result.isFromWebPage = true;
+        else if (readsStatus && name.compare("host", Qt::CaseInsensitive) == 0 &&
+                 isDottedName(trimBlanks(line.sliced(colon + 1))))
             result.isFromWebPage = true;
     });
     return isRequest ? std::optional(std::move(result)) : std::nullopt;

@@ -27,13 +27,17 @@ public:
         incomplete,
         /// `takeRequest` hands it out.
         complete,
-        /// The connection is to be closed without a reply: too many bytes, or a request that a web page has made (a
-        /// browser adds the header `Origin`; a hook never does).
+        /// The connection is to be closed without a reply: too many bytes, or a request that a web page has made. Its
+        /// browser adds the header `Origin`, which a hook never does. It leaves that out where the page has the same
+        /// origin, but its `Host` then is the name that the page has made to lead to this machine.
         refused
     };
 
     /// Takes the next bytes. Not to be called again after anything but `incomplete`.
     Progress append(QByteArrayView bytes);
+
+    /// How many bytes are kept.
+    qsizetype size() const { return m_buffer.size(); }
 
     /// The complete request. The bytes behind it are dropped.
     HookRequest takeRequest();

@@ -85,6 +85,27 @@ const Case cases[] = {
     {"POST /permission HTTP/1.1\r\nOrigin: https://example.com\r\nContent-Length: 0\r\n\r\n", refused},
     {"GET /status HTTP/1.1\r\noRIGIN:\r\n\r\n", refused},
     {"POST / x\r\nX-Origin: a\r\n\r\n", complete("/", "")},
+    // A page of the same origin does not say so, but under which name it has reached this machine.
+    {"GET /status HTTP/1.1\r\nHost: rebound.example.com:45789\r\n\r\n", refused},
+    {"GET /status HTTP/1.1\r\nhOST:a.b\r\n\r\n", refused},
+    {"GET /status HTTP/1.1\r\nHost: 127.0.0.1\r\nHost: a.b.:1\r\n\r\n", refused},
+    {"GET /status HTTP/1.1\r\nHost: 127.0.0.1.example.com\r\n\r\n", refused},
+    {"GET /status HTTP/1.1\r\nHost: com.\r\n\r\n", refused},
+    {"GET /status HTTP/1.1\r\nHost: a.0xg\r\n\r\n", refused},
+    {"GET /status HTTP/1.1\r\n\r\n", complete("/status", "")},
+    {"GET /status HTTP/1.1\r\nHost:\r\n\r\n", complete("/status", "")},
+    {"GET /status HTTP/1.1\r\nHost: localhost:45789\r\n\r\n", complete("/status", "")},
+    {"GET /status HTTP/1.1\r\nHost: LocalHost.\r\n\r\n", complete("/status", "")},
+    {"GET /status HTTP/1.1\r\nHost: 127.0.0.1:45789\r\n\r\n", complete("/status", "")},
+    {"GET /status HTTP/1.1\r\nHost: 127.0.0.1.\r\n\r\n", complete("/status", "")},
+    {"GET /status HTTP/1.1\r\nHost: 127.0x1\r\n\r\n", complete("/status", "")},
+    {"GET /status HTTP/1.1\r\nHost: [::ffff:127.0.0.1]:45789\r\n\r\n", complete("/status", "")},
+    {"GET /status HTTP/1.1\r\nHost: desk\r\n\r\n", complete("/status", "")},
+    // Of all others the name says nothing.
+    {"POST /status HTTP/1.1\r\nHost: a.b\r\n\r\n", complete("/status", "")},
+    {"POST /permission HTTP/1.1\r\nHost: a.b\r\n\r\n", complete("/permission", "")},
+    {"GET /status? HTTP/1.1\r\nHost: a.b\r\n\r\n", complete("/status?", "")},
+    {"GET /status HTTP/1.1\r\nX-Host: a.b\r\n\r\n", complete("/status", "")},
     {"POST / x\r\nContent-Length: 5\r\n\r\nOrigin: no\r\n", complete("/", "Origi")},
 };
 

@@ -1,15 +1,21 @@
 #include "BeaconryKit/service/EventServer.h"
 
+#include "BeaconryBase/SocketOwner.h"
+
 #include "BeaconryKit/platform/ThreadName.h"
 #include "BeaconryKit/service/RequestFraming.h"
 
 #include <QLoggingCategory>
 #include <asio.hpp>
 
+#include <algorithm>
 #include <array>
 #include <atomic>
+#include <climits>
 #include <fcntl.h>
 #include <future>
+#include <list>
+#include <sys/resource.h>
 #include <thread>
 #include <unordered_set>
 #include <utility>
@@ -22,12 +28,25 @@ Q_LOGGING_CATEGORY(serverLog, "pelorin.server", QtCriticalMsg)
 
 constexpr auto startUpWait = std::chrono::seconds(3);
 constexpr std::size_t readChunk = 65536;
+// What all requests that are not complete may keep together.
+constexpr qsizetype incompleteBytesLimit = 64'000'000;
 // How long the listener rests after the process ran out of descriptors, unless one of its own connections ends sooner.
+// A hook's request is complete long before: what is not after this time may have to make room.
 constexpr auto descriptorPause = std::chrono::milliseconds(200);
+// As many descriptors, or an eighth of all, are left to the rest of the program. Some of it cannot go on without.
+constexpr rlim_t descriptorReserve = 64;
 
 bool isShortage(const asio::error_code& error) {
     return error == asio::error::no_descriptors || error == asio::error::no_buffer_space ||
            error == asio::error::no_memory || error == std::errc::too_many_files_open_in_system;
+}
+
+/// The first number of a descriptor that belongs to the reserve. The system gives out the lowest that is free.
+int firstReservedDescriptor() {
+    rlimit limit{};
+    if (getrlimit(RLIMIT_NOFILE, &limit) != 0 || limit.rlim_cur > INT_MAX)
+        return INT_MAX;
+    return static_cast<int>(limit.rlim_cur - std::min(descriptorReserve, limit.rlim_cur / 8));
 }
 
 /// No program that anybody starts is to hold the port or a hook's connection open. Asio leaves that to us.
@@ -55,10 +74,18 @@ public:
 private:
     class Connection;
 
+    using Connections = std::list<Connection*>;
+
     bool listen();
     void accept();
+    void take(asio::ip::tcp::socket socket);
+    bool isTrusted(asio::ip::tcp::socket& socket);
+    bool hasRoom();
+    bool makeRoom();
+    void acceptIfThereIsRoom();
     void pauseAccepting();
     void resumeAccepting();
+    void boundIncompleteBytes();
     void closed(Connection* connection);
 
     Handler m_handler;
@@ -71,6 +98,11 @@ private:
     // Bytes are read here first and then kept by the connection, which so needs no memory while it waits.
     std::array<char, readChunk> m_chunk{};
     std::unordered_set<Connection*> m_connections;
+    // Those whose request is not complete, the oldest first, and what they keep of it.
+    Connections m_incomplete;
+    qsizetype m_incompleteBytes = 0;
+    SocketOwners m_owners;
+    bool m_systemTellsOwners = false;
     std::atomic<int> m_connectionCount = 0;
     std::atomic<quint16> m_port = 0;
     std::thread m_thread;
@@ -81,62 +113,103 @@ private:
 class EventServer::Core::Connection : public std::enable_shared_from_this<Connection> {
 public:
     Connection(std::shared_ptr<Core> core, asio::ip::tcp::socket socket)
-        : m_core(std::move(core)), m_socket(std::move(socket)) {}
+        : m_core(std::move(core)),
+          m_socket(std::move(socket)),
+          m_place(m_core->m_incomplete.insert(m_core->m_incomplete.end(), this)) {}
 
     void receive() {
         m_socket.async_wait(asio::socket_base::wait_read, [self = shared_from_this()](const asio::error_code& error) {
-            if (!error)
-                self->readAvailable();
-            else
+            if (!self->isIncomplete())
+                return;
+            if (error)
                 self->close();
+            else
+                self->readAvailable();
+            if (self->isIncomplete())
+                self->receive();
         });
+    }
+
+    bool isIncomplete() const { return m_framing != nullptr; }
+    bool hasHadTime() const { return std::chrono::steady_clock::now() - m_start >= descriptorPause; }
+
+    /// Takes what has come, which may end the connection or complete its request.
+    void readAvailable() {
+        while (isIncomplete()) {
+            asio::error_code error;
+            const std::size_t count = m_socket.read_some(asio::buffer(m_core->m_chunk), error);
+            if (error == asio::error::would_block)
+                return;
+            if (error) {
+                qCDebug(serverLog) << "A peer left before its request was complete:" << error.message().c_str();
+                close();
+                return;
+            }
+            append({m_core->m_chunk.data(), static_cast<qsizetype>(count)});
+        }
     }
 
     void close() {
         if (!m_socket.is_open())
             return;
+        leaveIncomplete();
         asio::error_code ignored;
         m_socket.close(ignored);
         m_core->closed(this);
     }
 
 private:
-    void readAvailable() {
-        for (;;) {
-            asio::error_code error;
-            const std::size_t count = m_socket.read_some(asio::buffer(m_core->m_chunk), error);
-            if (error == asio::error::would_block) {
-                receive();
-                return;
-            }
-            if (error) {
-                qCDebug(serverLog) << "A peer left before its request was complete:" << error.message().c_str();
-                close();
-                return;
-            }
-            switch (m_framing->append({m_core->m_chunk.data(), static_cast<qsizetype>(count)})) {
-            case RequestFraming::Progress::incomplete:
-                break;
-            case RequestFraming::Progress::refused:
-                qCDebug(serverLog) << "Closed a request that was too long or came from a web page.";
-                close();
-                return;
-            case RequestFraming::Progress::complete:
-                handle();
-                return;
-            }
+    /// Tells the connection that nobody can answer it any more: dies with the last copy of what answers.
+    class RightToAnswer {
+    public:
+        explicit RightToAnswer(std::weak_ptr<Connection> connection) : m_connection(std::move(connection)) {}
+        ~RightToAnswer() {
+            if (const auto connection = m_connection.lock())
+                connection->post([](Connection& target) { target.closeWhenPeerCloses(); });
         }
+        RightToAnswer(const RightToAnswer&) = delete;
+        RightToAnswer& operator=(const RightToAnswer&) = delete;
+
+        std::shared_ptr<Connection> connection() const { return m_connection.lock(); }
+
+    private:
+        const std::weak_ptr<Connection> m_connection;
+    };
+
+    void append(QByteArrayView bytes) {
+        const RequestFraming::Progress progress = m_framing->append(bytes);
+        switch (progress) {
+        case RequestFraming::Progress::incomplete:
+            m_core->m_incompleteBytes += m_framing->size() - std::exchange(m_counted, m_framing->size());
+            m_core->boundIncompleteBytes();
+            break;
+        case RequestFraming::Progress::refused:
+            qCDebug(serverLog) << "Closed a request that was too long or came from a web page.";
+            close();
+            break;
+        case RequestFraming::Progress::complete:
+            handle();
+            break;
+        }
+    }
+
+    void leaveIncomplete() {
+        if (!isIncomplete())
+            return;
+        m_framing.reset();
+        m_core->m_incomplete.erase(m_place);
+        m_core->m_incompleteBytes -= m_counted;
     }
 
     void handle() {
         const HookRequest request = m_framing->takeRequest();
-        m_framing.reset();
+        leaveIncomplete();
         watchForReset();
         const std::weak_ptr<Connection> self = weak_from_this();
         m_core->m_handler(request.path, request.body,
                           {.respond =
-                               [self](const QByteArray& body) {
-                                   if (const auto connection = self.lock())
+                               [right = std::make_shared<RightToAnswer>(self)](const QByteArray& body) {
+                                   if (const auto connection = right->connection())
                                        connection->post([body](Connection& target) { target.send(body); });
                                },
                            .whenGone =
@@ -161,10 +234,29 @@ private:
         m_socket.async_wait(asio::socket_base::wait_error, [self = shared_from_this()](const asio::error_code& error) {
             if (error)
                 return;
-            if (self->wasReset())
+            if (self->wasReset()) {
                 self->peerHasGone();
+                return;
+            }
+            // An urgent byte wakes us too, and would again at once as long as nobody takes it.
+            char urgent = 0;
+            recv(self->m_socket.native_handle(), &urgent, 1, MSG_OOB);
+            self->watchForReset();
+        });
+    }
+
+    /// Not before: as long as somebody may answer, a peer that has ended its sending side is waiting.
+    void closeWhenPeerCloses() {
+        if (m_isAnswered || !m_socket.is_open())
+            return;
+        m_socket.async_wait(asio::socket_base::wait_read, [self = shared_from_this()](const asio::error_code& error) {
+            if (error)
+                return;
+            const asio::error_code end = self->discardSurplus();
+            if (!end || end == asio::error::would_block)
+                self->closeWhenPeerCloses();
             else
-                self->watchForReset();
+                self->peerHasGone();
         });
     }
 
@@ -205,17 +297,21 @@ private:
                           });
     }
 
-    /// Closing a socket with unread bytes would reset it, and the peer could lose the reply.
-    void discardSurplus() {
+    /// Closing a socket with unread bytes would reset it, and the peer could lose the reply. Gives what stopped it.
+    asio::error_code discardSurplus() {
         asio::error_code error;
         for (int chunks = 0; chunks < 16 && !error; ++chunks)
             m_socket.read_some(asio::buffer(m_core->m_chunk), error);
+        return error;
     }
 
     std::shared_ptr<Core> m_core;
     asio::ip::tcp::socket m_socket;
-    // Released once the request is complete.
+    const std::chrono::steady_clock::time_point m_start = std::chrono::steady_clock::now();
+    // Released once the request is complete. Until then the connection has a place among the incomplete ones.
     std::unique_ptr<RequestFraming> m_framing = std::make_unique<RequestFraming>();
+    qsizetype m_counted = 0;
+    const Connections::iterator m_place;
     std::function<void()> m_onGone;
     QByteArray m_reply;
     bool m_isAnswered = false;
@@ -256,6 +352,9 @@ bool EventServer::Core::listen() {
         m_acceptor.close(ignored);
         return false;
     }
+    m_systemTellsOwners = m_owners.tellsOf(m_acceptor.native_handle());
+    if (!m_systemTellsOwners)
+        qCDebug(serverLog) << "The system does not tell whose a connection is: every user of this machine is served.";
     accept();
     return true;
 }
@@ -265,20 +364,76 @@ void EventServer::Core::accept() {
         if (error == asio::error::operation_aborted || !m_acceptor.is_open())
             return;
         if (error && isShortage(error)) {
-            pauseAccepting();
+            if (makeRoom())
+                accept();
+            else
+                pauseAccepting();
             return;
         }
-        if (!error) {
-            closeOnExec(socket);
-            asio::error_code ignored;
-            socket.non_blocking(true, ignored);
-            auto connection = std::make_shared<Connection>(shared_from_this(), std::move(socket));
-            m_connections.insert(connection.get());
-            ++m_connectionCount;
-            connection->receive();
-        }
-        accept();
+        const bool isReserved = !error && socket.native_handle() >= firstReservedDescriptor();
+        if (!error)
+            take(std::move(socket));
+        if (isReserved)
+            acceptIfThereIsRoom();
+        else
+            accept();
     });
+}
+
+void EventServer::Core::take(asio::ip::tcp::socket socket) {
+    closeOnExec(socket);
+    if (!isTrusted(socket))
+        return;
+    asio::error_code ignored;
+    socket.non_blocking(true, ignored);
+    auto connection = std::make_shared<Connection>(shared_from_this(), std::move(socket));
+    m_connections.insert(connection.get());
+    ++m_connectionCount;
+    connection->receive();
+}
+
+bool EventServer::Core::isTrusted(asio::ip::tcp::socket& socket) {
+    if (!m_systemTellsOwners || m_owners.ofPeer(socket.native_handle()) == SocketOwner::trusted)
+        return true;
+    qCDebug(serverLog) << "Closed a connection that is not this user's.";
+    return false;
+}
+
+/// Whether the next descriptor that the process gets is none of the reserve.
+bool EventServer::Core::hasRoom() {
+    const FileDescriptor next(fcntl(m_acceptor.native_handle(), F_DUPFD_CLOEXEC, 0));
+    return next.isOpen() && next.number() < firstReservedDescriptor();
+}
+
+/// Closes the oldest of the connections that could have brought their request and have not.
+bool EventServer::Core::makeRoom() {
+    while (!m_incomplete.empty()) {
+        const auto oldest = m_incomplete.front()->shared_from_this();
+        if (!oldest->hasHadTime())
+            return false;
+        // The rest of its request may have come, and only not been read.
+        oldest->readAvailable();
+        if (!oldest->isIncomplete())
+            continue;
+        qCDebug(serverLog) << "Closed the oldest incomplete request to make room.";
+        oldest->close();
+        return true;
+    }
+    return false;
+}
+
+void EventServer::Core::acceptIfThereIsRoom() {
+    if (hasRoom() || makeRoom())
+        accept();
+    else
+        pauseAccepting();
+}
+
+void EventServer::Core::boundIncompleteBytes() {
+    while (m_incompleteBytes > incompleteBytesLimit) {
+        qCDebug(serverLog) << "Closed the oldest incomplete request: all together have kept too much.";
+        m_incomplete.front()->close();
+    }
 }
 
 void EventServer::Core::pauseAccepting() {
@@ -295,7 +450,7 @@ void EventServer::Core::resumeAccepting() {
     if (!std::exchange(m_isPaused, false) || !m_acceptor.is_open())
         return;
     m_pause.cancel();
-    accept();
+    acceptIfThereIsRoom();
 }
 
 void EventServer::Core::closed(Connection* connection) {

@@ -14,7 +14,8 @@ namespace pelorin {
 /// A hook that is waiting for its reply, as the handler of a request sees it.
 struct WaitingHook {
     /// Sends the one reply and closes the connection. May be called from any thread, at any later time; further calls
-    /// do nothing, and neither does a call after the peer or the server has gone.
+    /// do nothing, and neither does a call after the peer or the server has gone. When the last copy goes without a
+    /// call, the connection stays until its peer closes.
     Respond respond;
     /// Asks to be told, at most once and on any thread, when the peer resets the connection before the reply. A peer
     /// that only ends its sending side is still waiting. May be called from any thread.
@@ -23,7 +24,10 @@ struct WaitingHook {
 
 /// The door for hook scripts: an HTTP server on the loopback interface that takes one request a connection, hands it to
 /// one handler and sends the one reply that the handler supplies, whenever it chooses to. Every reply has status 200.
-/// Owned by the application; `start`, `stop` and the destructor belong to the main thread.
+/// Where the system tells whose a connection is, it serves its own user and root, and closes all others in silence.
+/// Requests that are not complete keep 64 MB together at the most: those that began first are closed to make room, and
+/// also when descriptors run short. Owned by the application; `start`, `stop` and the destructor belong to the main
+/// thread.
 class EventServer {
 public:
     enum class ServerError {

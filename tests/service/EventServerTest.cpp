@@ -1,5 +1,9 @@
 #include "BeaconryKit/service/EventServer.h"
 
+#include "BeaconryBase/FileDescriptor.h"
+#include "tests/support/OtherUser.h"
+#include "tests/support/SoftDescriptorLimit.h"
+
 #include <QScopeGuard>
 #include <asio.hpp>
 #include <gmock/gmock.h>
@@ -9,6 +13,8 @@
 #include <condition_variable>
 #include <cstdio>
 #include <deque>
+#include <filesystem>
+#include <fstream>
 #include <future>
 #include <mutex>
 #include <sys/resource.h>
@@ -66,7 +72,9 @@ public:
         asio::error_code error;
         asio::write(m_socket, asio::buffer(bytes.constData(), static_cast<std::size_t>(bytes.size())), error);
     }
+    void sendUrgent(char byte) { m_socket.send(asio::buffer(&byte, 1), asio::socket_base::message_out_of_band); }
     void endSending() { m_socket.shutdown(tcp::socket::shutdown_send); }
+    void close() { m_socket.close(); }
     void reset() {
         m_socket.set_option(asio::socket_base::linger(true, 0));
         m_socket.close();
@@ -241,7 +249,92 @@ TEST_F(EventServerTest, TellsOfAResetThatCameBeforeAnybodyAsked) {
     gone->get_future().wait();
 }
 
+TEST_F(EventServerTest, KeepsWhatNobodyWillAnswerUntilItsPeerCloses) {
+    Client waiting(server.port());
+    waiting.send(post("/permission", "{}"));
+    (void)requests.take();
+    // Another whole exchange goes through the server's queue after the right to answer has gone.
+    Client other(server.port());
+    other.send(post("/", ""));
+    requests.take().hook.respond("ok");
+    other.readAll();
+    while (server.connectionCount() > 1)
+        std::this_thread::yield();
+    EXPECT_EQ(server.connectionCount(), 1);
+    // What follows the request is passed over.
+    waiting.send("more");
+    waiting.close();
+    while (server.connectionCount() > 0)
+        std::this_thread::yield();
+}
+
+TEST_F(EventServerTest, ReleasesWhatNobodyWillAnswerThoughItsPeerClosedBefore) {
+    Client waiting(server.port());
+    waiting.send(post("/permission", "{}"));
+    {
+        const auto request = requests.take();
+        waiting.endSending();
+        Client other(server.port());
+        other.send(post("/", ""));
+        requests.take().hook.respond("ok");
+        other.readAll();
+        while (server.connectionCount() > 1)
+            std::this_thread::yield();
+        EXPECT_EQ(server.connectionCount(), 1) << "it can still be answered";
+    }
+    while (server.connectionCount() > 0)
+        std::this_thread::yield();
+    EXPECT_EQ(waiting.readAll(), "");
+}
+
 #if defined(__linux__)
+/// Whether every thread of this name waits for something.
+bool isAsleep(const std::string& threadName) {
+    for (const auto& thread : std::filesystem::directory_iterator("/proc/self/task")) {
+        std::ifstream file(thread.path() / "stat");
+        const std::string stat{std::istreambuf_iterator<char>(file), {}};
+        const std::size_t nameEnd = stat.rfind(')');
+        if (stat.find("(" + threadName + ")") != std::string::npos && stat.at(nameEnd + 2) != 'S')
+            return false;
+    }
+    return true;
+}
+
+TEST_F(EventServerTest, RestsAfterAnUrgentByte) {
+    Client waiting(server.port());
+    waiting.send(post("/permission", "{}"));
+    const auto request = requests.take();
+    for (const char byte : {'u', 'v'}) {
+        waiting.sendUrgent(byte);
+        Client other(server.port());
+        other.send(post("/", ""));
+        requests.take().hook.respond("ok");
+        other.readAll();
+        // The system keeps 15 letters of a thread's name.
+        while (!isAsleep("com.pelorin.ser"))
+            std::this_thread::yield();
+    }
+    request.hook.respond("answer");
+    EXPECT_TRUE(waiting.readAll().endsWith("answer"));
+}
+
+TEST_F(EventServerTest, ServesNoOtherUser) {
+    if (!canBeOtherUser())
+        GTEST_SKIP() << "Only root can be another user.";
+    std::unique_ptr<Client> foreign;
+    {
+        const AsOtherUser user;
+        foreign = std::make_unique<Client>(server.port());
+    }
+    foreign->send(post("/permission", "{}"));
+    EXPECT_EQ(foreign->readAll(), "");
+    EXPECT_TRUE(requests.isEmpty());
+    Client own(server.port());
+    own.send(post("/", ""));
+    requests.take().hook.respond("ok");
+    EXPECT_TRUE(own.readAll().endsWith("ok"));
+}
+
 /// How many sockets a program gets that is started by somebody who closes nothing for it.
 qsizetype inheritedSockets() {
     FILE* const list = popen("exec ls -l /proc/self/fd </dev/null 2>/dev/null", "r");
@@ -333,6 +426,111 @@ TEST(EventServer, ClosesEverythingWhenItIsDestroyed) {
 TEST(EventServer, NeedsNoStart) {
     const EventServer server(0, true, [](const auto&, const auto&, const auto&) {});
     EXPECT_EQ(server.port(), 0);
+}
+
+QByteArray incompleteRequest(qsizetype size) {
+    return QByteArray("POST / HTTP/1.1\r\nContent-Length: 999000\r\n\r\n").leftJustified(size, 'x');
+}
+
+TEST_F(EventServerTest, ClosesTheOldestIncompleteRequestsOnceTheyAllKeepTooMuch) {
+    Client parked(server.port());
+    parked.send(post("/permission", "parked"));
+    const auto parkedRequest = requests.take();
+    const QByteArray much = incompleteRequest(900'000);
+    std::deque<Client> clients;
+    for (int index = 0; index < 80; ++index) {
+        clients.emplace_back(server.port());
+        clients.back().send(much);
+    }
+    // 71 of them keep less than 64 MB, and the one that is parked keeps nothing of it.
+    while (server.connectionCount() > 72)
+        std::this_thread::yield();
+    for (std::size_t index = 0; index < 9; ++index)
+        EXPECT_EQ(clients[index].readAll(), "") << index;
+    EXPECT_TRUE(requests.isEmpty());
+    for (std::size_t index = 9; index < clients.size(); ++index) {
+        clients[index].send(QByteArray(100'000, 'y'));
+        EXPECT_EQ(requests.take().body.size(), 999'000) << index;
+    }
+    parkedRequest.hook.respond("answer");
+    EXPECT_TRUE(parked.readAll().endsWith("answer"));
+}
+
+/// The number that the next descriptor of this process gets.
+rlim_t nextDescriptor() {
+    const int next = dup(0);
+    ::close(next);
+    return static_cast<rlim_t>(next);
+}
+
+TEST_F(EventServerTest, MakesRoomForNewHooksWhenIncompleteRequestsHoldAllDescriptors) {
+    Client parked(server.port());
+    parked.send(post("/permission", "parked"));
+    const auto parkedRequest = requests.take();
+    std::deque<Client> clients;
+    for (int index = 0; index < 40; ++index) {
+        clients.emplace_back(server.port());
+        clients.back().send(incompleteRequest(1'000));
+    }
+    while (server.connectionCount() < 41)
+        std::this_thread::yield();
+    // The late hook's own descriptor is made first: server and clients share this process's limit.
+    asio::io_context context;
+    tcp::socket late(context, tcp::v4());
+    const SoftDescriptorLimit limit(nextDescriptor());
+    late.connect({asio::ip::address_v4::loopback(), server.port()});
+    const QByteArray bytes = post("/", "late");
+    asio::write(late, asio::buffer(bytes.constData(), static_cast<std::size_t>(bytes.size())));
+    const auto request = requests.take();
+    EXPECT_EQ(request.body, "late");
+    request.hook.respond("in the end");
+    std::string reply;
+    asio::error_code end;
+    asio::read(late, asio::dynamic_buffer(reply), end);
+    EXPECT_TRUE(reply.ends_with("in the end"));
+    EXPECT_EQ(clients.front().readAll(), "") << "the oldest had to go";
+    parkedRequest.hook.respond("answer");
+    EXPECT_TRUE(parked.readAll().endsWith("answer"));
+}
+
+TEST_F(EventServerTest, LeavesDescriptorsToTheRestOfTheProgram) {
+    asio::io_context context;
+    std::vector<tcp::socket> clients;
+    for (int index = 0; index < 200; ++index)
+        clients.emplace_back(context, tcp::v4());
+    const rlim_t limit = nextDescriptor() + 160;
+    const SoftDescriptorLimit limited(limit);
+    const QByteArray bytes = post("/permission", "{}");
+    for (tcp::socket& client : clients) {
+        client.connect({asio::ip::address_v4::loopback(), server.port()});
+        asio::write(client, asio::buffer(bytes.constData(), static_cast<std::size_t>(bytes.size())));
+    }
+    std::deque<Requests::Request> parked;
+    const auto reserve = static_cast<int>(std::min<rlim_t>(64, limit / 8));
+    // One connection more than there is room for is taken before the listener rests.
+    while (server.connectionCount() < 160 - reserve)
+        std::this_thread::yield();
+    for (int index = 0; index < 160 - reserve; ++index)
+        parked.push_back(requests.take());
+    std::vector<FileDescriptor> others;
+    for (int index = 0; index < reserve - 1; ++index) {
+        others.emplace_back(dup(0));
+        EXPECT_TRUE(others.back().isOpen()) << index;
+    }
+    others.clear();
+    // Each one that ends lets the next one in.
+    for (std::size_t answered = 0; answered < clients.size(); ++answered) {
+        if (parked.empty())
+            parked.push_back(requests.take());
+        parked.front().hook.respond("{}");
+        parked.pop_front();
+    }
+    for (tcp::socket& client : clients) {
+        std::string reply;
+        asio::error_code end;
+        asio::read(client, asio::dynamic_buffer(reply), end);
+        EXPECT_TRUE(reply.ends_with("{}"));
+    }
 }
 
 TEST_F(EventServerTest, RecoversWhenDescriptorsRanOut) {

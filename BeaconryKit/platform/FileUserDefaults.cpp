@@ -1,5 +1,7 @@
 #include "BeaconryKit/platform/FileUserDefaults.h"
 
+#include "BeaconryBase/FileDescriptor.h"
+
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -8,6 +10,8 @@
 #include <QSaveFile>
 
 #include <chrono>
+#include <fcntl.h>
+#include <sys/stat.h>
 #include <utility>
 
 namespace pelorin {
@@ -16,6 +20,23 @@ namespace {
 
 constexpr auto ownerOnly = QFile::ReadOwner | QFile::WriteOwner;
 constexpr auto ownerOnlyFolder = ownerOnly | QFile::ExeOwner;
+
+// Far more than all settings take, in bytes.
+constexpr qint64 sizeLimit = 4'194'304;
+
+/// What the file holds. Nothing when it cannot be read, or is anything but an ordinary file of a bounded size: a pipe
+/// or a terminal would be waited for, and some devices never end.
+std::optional<QByteArray> readOrdinaryFile(const QString& path) {
+    const FileDescriptor descriptor(
+        open(QFile::encodeName(path).constData(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
+    struct stat status {};
+    QFile file;
+    if (!descriptor.isOpen() || fstat(descriptor.number(), &status) != 0 || !S_ISREG(status.st_mode) ||
+        !file.open(descriptor.number(), QIODevice::ReadOnly))
+        return std::nullopt;
+    const QByteArray bytes = file.read(sizeLimit + 1);
+    return bytes.size() > sizeLimit ? std::nullopt : std::optional(bytes);
+}
 
 bool makeFolder(const QString& path) {
     if (QFileInfo(path).isDir())
@@ -44,12 +65,12 @@ void FileUserDefaults::setObject(const QString& key, const QJsonValue& value) {
 }
 
 FileUserDefaults::Contents FileUserDefaults::read() const {
-    QFile file(m_path);
     if (!QFileInfo::exists(m_path))
         return {};
-    if (!file.open(QIODevice::ReadOnly))
+    const auto bytes = readOrdinaryFile(m_path);
+    if (!bytes)
         return {{}, true};
-    const QJsonDocument document = QJsonDocument::fromJson(file.readAll());
+    const QJsonDocument document = QJsonDocument::fromJson(*bytes);
     return {document.object(), !document.isObject()};
 }
 

@@ -17,6 +17,9 @@ std::chrono::milliseconds wholeMilliseconds(Duration duration) {
     return std::chrono::ceil<std::chrono::milliseconds>(std::max(duration, Duration::zero()));
 }
 
+// What the loop's timers can count to is less than 25 days.
+constexpr auto longestTimer = std::chrono::days(20);
+
 class MainTimer final : public RepeatingTimer {
 public:
     MainTimer(QObject* context, Duration interval, Task task) {
@@ -48,6 +51,12 @@ void MainQueue::async(Task task) {
 void MainQueue::asyncAfter(Duration delay, Task task) {
     if (delay <= Duration::zero()) {
         async(std::move(task));
+        return;
+    }
+    if (delay > longestTimer) {
+        asyncAfter(longestTimer, [this, rest = delay - longestTimer, task = std::move(task)]() mutable {
+            asyncAfter(rest, std::move(task));
+        });
         return;
     }
     // Starting the timer on the main thread makes the call valid on any thread.

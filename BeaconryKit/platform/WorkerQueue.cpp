@@ -2,11 +2,12 @@
 
 #include "BeaconryKit/platform/ThreadName.h"
 
-#include <atomic>
+#include <algorithm>
 
 namespace pelorin {
 
-/// Reschedules itself from each firing by the intended times, so that firings do not drift.
+/// Reschedules itself from each firing by the intended times, so that firings do not drift. Those that were missed are
+/// not made up for.
 class WorkerQueue::Timer final : public RepeatingTimer {
 public:
     struct State {
@@ -33,7 +34,8 @@ public:
             if (state->cancelled)
                 return;
         }
-        const Moment next = due + state->interval;
+        const Duration missed = std::max(std::chrono::steady_clock::now() - due, Duration::zero());
+        const Moment next = due + (missed / state->interval + 1) * state->interval;
         state->queue->runAt(next, [state, next] { fire(state, next); });
     }
 

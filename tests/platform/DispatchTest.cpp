@@ -68,6 +68,26 @@ TEST(WorkerQueue, RepeatsUntilTheTimerIsDestroyed) {
     EXPECT_EQ(firings, afterDestruction);
 }
 
+TEST(WorkerQueue, DoesNotMakeUpForMissedFirings) {
+    constexpr auto interval = 20ms;
+    std::chrono::steady_clock::time_point heldUpUntil;
+    std::promise<int> result;
+    int firings = 0;
+    int allowed = 0;
+    WorkerQueue queue("com.pelorin.test");
+    const auto timer = queue.every(interval, [&] {
+        if (++firings == 1) {
+            std::this_thread::sleep_for(20 * interval);
+            heldUpUntil = std::chrono::steady_clock::now();
+        }
+        if (firings != 5)
+            return;
+        allowed = static_cast<int>((std::chrono::steady_clock::now() - heldUpUntil) / interval) + 2;
+        result.set_value(firings);
+    });
+    EXPECT_LE(result.get_future().get(), allowed);
+}
+
 TEST(WorkerQueue, DropsWaitingTasksWhenItIsDestroyed) {
     auto owned = std::make_shared<int>(0);
     {
@@ -112,6 +132,18 @@ TEST(SystemDispatch, MainDeadlinesDoNotComeEarly) {
     });
     loop.exec();
     EXPECT_GE(end - start, 15500us);
+}
+
+TEST(SystemDispatch, MainDeadlinesMayBeFarAway) {
+    const auto dispatch = makeSystemDispatch();
+    QEventLoop loop;
+    bool hasCome = false;
+    // In milliseconds these leave nothing in the lower 32 bits, and too much for any number.
+    dispatch->mainQueue().asyncAfter(std::chrono::milliseconds(1LL << 32), [&] { hasCome = true; });
+    dispatch->mainQueue().asyncAfter(Duration::max(), [&] { hasCome = true; });
+    dispatch->mainQueue().asyncAfter(20ms, [&] { loop.quit(); });
+    loop.exec();
+    EXPECT_FALSE(hasCome);
 }
 
 TEST(SystemDispatch, MainTimersRepeatUntilTheyAreDestroyed) {

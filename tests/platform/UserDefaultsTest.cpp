@@ -8,8 +8,10 @@
 #include <gmock/gmock.h>
 
 #include <csignal>
+#include <functional>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace pelorin {
 namespace {
@@ -193,6 +195,39 @@ TEST_F(FileUserDefaultsTest, LeavesTheOldFileWhenTheDiskTakesNoMore) {
     EXPECT_EQ(stored(), QJsonObject({{"x", 1}}));
     defaults.setObject("y", 3);
     EXPECT_EQ(stored(), QJsonObject({{"x", 2}, {"y", 3}}));
+}
+
+TEST_F(FileUserDefaultsTest, TakesAnythingButAnOrdinaryFileForUnreadable) {
+    const std::string name = path.toStdString();
+    write("{}");
+    const std::pair<const char*, std::function<void()>> kinds[] = {
+        {"a pipe",
+         [&] {
+             ASSERT_EQ(mkfifo(name.c_str(), 0600), 0);
+         }},
+        {"a device without end",
+         [&] {
+             ASSERT_EQ(symlink("/dev/zero", name.c_str()), 0);
+         }},
+        {"a folder",
+         [&] {
+             ASSERT_TRUE(QDir().mkdir(path));
+         }},
+        {"a file without bounds", [&] {
+             write("{}");
+             ASSERT_TRUE(QFile::resize(path, 1'000'000'000'000));
+         }}};
+    for (const auto& [kind, make] : kinds) {
+        SCOPED_TRACE(kind);
+        ASSERT_TRUE(QFile::exists(path) && QFile::rename(path, home.filePath(kind)));
+        make();
+        testing::internal::CaptureStderr();
+        FileUserDefaults defaults(path);
+        EXPECT_EQ(defaults.object("x"), std::nullopt);
+        defaults.setObject("x", 1);
+        EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr("could not understand"));
+        EXPECT_EQ(stored(), QJsonObject({{"x", 1}}));
+    }
 }
 
 TEST(StandardUserDefaults, StandWhereTheBaseDirectoryRulesSay) {

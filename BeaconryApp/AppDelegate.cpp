@@ -1,10 +1,26 @@
 #include "BeaconryApp/AppDelegate.h"
 
+#include "BeaconryBase/ServicePort.h"
+#include "BeaconryBase/SocketOwner.h"
+
 #include "BeaconryKit/interface/InterfaceEngine.h"
 
 #include <QCoreApplication>
 
 namespace pelorin {
+
+namespace {
+
+/// What helps a user whose port somebody else has.
+QString whoListensOn(quint16 port) {
+    if (SocketOwners().ofListener(port) != SocketOwner::anotherUser)
+        return {};
+    return QStringLiteral("Another user of this computer listens there. Set %1 to a port of your own, for Pelorin and "
+                          "for your CLIs.")
+        .arg(QLatin1String(servicePortVariable));
+}
+
+} // namespace
 
 AppDelegate::AppDelegate(const AppDependencies& dependencies)
     : m_dependencies(dependencies),
@@ -103,7 +119,8 @@ std::optional<Alert> AppDelegate::startServer(quint16 port) {
     if (const auto error = m_server->start()) {
         m_server.reset();
         return Alert{QStringLiteral("Pelorin could not listen on port %1").arg(port),
-                     QStringLiteral("Is another copy already running? (%1)").arg(description(*error))};
+                     QStringLiteral("Is another copy already running? (%1)").arg(description(*error)),
+                     whoListensOn(port)};
     }
     return std::nullopt;
 }

@@ -33,6 +33,8 @@ namespace pelorin {
 struct Alert {
     QString messageText;
     QString informativeText;
+    /// What else can be said, on a line of its own; empty for nothing.
+    QString furtherText = {};
 
     bool operator==(const Alert&) const = default;
 };

@@ -1,6 +1,7 @@
 #include "BeaconryApp/AppDelegate.h"
 #include "BeaconryApp/CommandLine.h"
 #include "BeaconryApp/InstanceChannel.h"
+#include "BeaconryBase/FailedWrites.h"
 #include "BeaconryBase/ServicePort.h"
 
 #include "BeaconryKit/interface/wayland/CompositorLoss.h"
@@ -31,6 +32,7 @@ pelorin::Display findDisplay(bool platformWasChosenByUser) {
 } // namespace
 
 int main(int argc, char** argv) {
+    pelorin::surviveFailedWrites();
     QStringList arguments;
     for (int index = 0; index < argc; ++index)
         arguments << QString::fromLocal8Bit(argv[index]);
@@ -78,6 +80,8 @@ int main(int argc, char** argv) {
         // Where no status item is in sight, starting the program again is how the user gets at the one that runs.
         pelorin::InstanceChannel::askToShowManager(port, activationToken);
         std::fprintf(stderr, "%s\n%s\n", qUtf8Printable(alert->messageText), qUtf8Printable(alert->informativeText));
+        if (!alert->furtherText.isEmpty())
+            std::fprintf(stderr, "%s\n", qUtf8Printable(alert->furtherText));
         return 1;
     }
     const auto channel = pelorin::InstanceChannel::listen(delegate.port(), [&](const QByteArray& token) {

@@ -25,6 +25,10 @@ inline constexpr std::size_t replyLimit = 65536;
 /// reply that is cut short, or that is not wholly well-formed, never allows or denies.
 std::optional<Decision> decisionIn(std::string_view reply, Connection connection);
 
+/// An HTTP request for the application's status.
+inline constexpr std::string_view statusRequest =
+    "GET /status HTTP/1.1\r\nHost: 127.0.0.1\r\nConnection: close\r\n\r\n";
+
 /// An HTTP request that posts the JSON body to the application.
 std::string composeRequest(std::string_view path, std::string_view body);
 

@@ -11,11 +11,14 @@
 
 namespace pelorin::hook {
 
+/// How long, in milliseconds, a waiting connection takes silence for no more than the user's thinking.
+inline constexpr int usualSilence = 30'000;
+
 /// A connection to the application.
 class ServiceConnection {
 public:
     /// Connects to the port on the loopback interface; nothing when nobody listens there, or nobody answers by the
-    /// deadline.
+    /// deadline, or the system says that it is neither this user nor root who listens.
     static std::optional<ServiceConnection> open(std::uint16_t port, const Deadline& deadline);
 
     /// Hands all bytes to the system, which carries them on even when this process has ended, unless the connection is
@@ -27,14 +30,22 @@ public:
     /// called before the request is sent: once the application has it, there must be no moment without this.
     void resetUnlessAnswered();
 
+    /// Waits until the application has said something, or has closed the connection, or the time is up. Until then the
+    /// system can tell the application whose the connection is.
+    void awaitReply(const Deadline& deadline);
+
     /// Waits for the reply. Gives `ask` at the deadline, when the connection ends without a decision, and when whoever
-    /// reads the answer at the other end of `answerDescriptor` has gone.
-    Decision awaitDecision(int answerDescriptor, const Deadline& deadline);
+    /// reads the answer at the other end of `answerDescriptor` has gone. After each `silence` it asks for the
+    /// application's status on a second connection, and gives `ask` when as long after that there is no answer either.
+    Decision awaitDecision(int answerDescriptor, const Deadline& deadline, int silence = usualSilence);
 
 private:
-    explicit ServiceConnection(FileDescriptor socket) : m_socket(std::move(socket)) {}
+    ServiceConnection(FileDescriptor socket, std::uint16_t port) : m_socket(std::move(socket)), m_port(port) {}
+
+    std::optional<ServiceConnection> askForStatus() const;
 
     FileDescriptor m_socket;
+    std::uint16_t m_port;
 };
 
 } // namespace pelorin::hook

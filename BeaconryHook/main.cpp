@@ -4,6 +4,7 @@
 // A CLI takes every word on the output and every exit status but 0 for an answer or a failure. So all that goes wrong
 // here, the application not running first of all, ends in the same way: silence and 0, as if there were no hook.
 
+#include "BeaconryBase/FailedWrites.h"
 #include "BeaconryBase/ServicePort.h"
 #include "BeaconryHook/CliAdapter.h"
 #include "BeaconryHook/HookCall.h"
@@ -31,7 +32,7 @@ using namespace pelorin::hook;
 
 // All in milliseconds.
 constexpr int inputWait = 3'000;
-// For connecting, and for sending a post without a reply: an application that hangs must not hold up a CLI.
+// For connecting, and for a post whose reply says nothing: an application that hangs must not hold up a CLI.
 constexpr int serviceWait = 1'000;
 // A little less than the time after which the CLIs give up a hook by themselves.
 constexpr int decisionWait = 590'000;
@@ -49,8 +50,8 @@ void leaveOnSignal(int) {
 void prepareSignals() {
     for (const int signal : {SIGTERM, SIGINT, SIGHUP})
         std::signal(signal, leaveOnSignal);
-    // A CLI that has stopped reading is no reason to die with another status.
-    std::signal(SIGPIPE, SIG_IGN);
+    // A CLI that has stopped reading is no reason to die with another status, and neither is a limit on files.
+    surviveFailedWrites();
 }
 
 std::string_view environmentText(const char* name) {
@@ -157,7 +158,8 @@ void run(const HookCall& call, std::string_view program) {
         return;
 
     if (post->reply == HookPost::Reply::ignored) {
-        service->send(post->request, serviceDeadline);
+        if (service->send(post->request, serviceDeadline))
+            service->awaitReply(serviceDeadline);
         return;
     }
     if (recordWaiting(ownRecordDirectory(), toolCallOf(payload), originOf(call, program)) == Recording::doubled)

@@ -1,4 +1,6 @@
 #include "tests/app/DelegateFixture.h"
+#include "tests/support/LoopbackListener.h"
+#include "tests/support/OtherUser.h"
 
 #include "BeaconryKit/relay/RelayMessages.h"
 
@@ -42,6 +44,37 @@ TEST_F(AppDelegateTest, TheManagerWindowNeedsADisplay) {
     delegate.openManager();
     choose(MenuAction::openManager);
     EXPECT_EQ(statusItem.icon->symbol, "bell");
+}
+
+class BusyPort : public DelegateFixture {
+protected:
+    std::optional<Alert> alertFor(const LoopbackListener& listener) {
+        const auto alert = delegate.start(listener.port(), Display::absent);
+        EXPECT_TRUE(alert);
+        if (alert) {
+            EXPECT_EQ(alert->messageText, QStringLiteral("Pelorin could not listen on port %1").arg(listener.port()));
+            EXPECT_EQ(alert->informativeText, "Is another copy already running? (notReady)");
+        }
+        return alert;
+    }
+};
+
+TEST_F(BusyPort, IsAnAlert) {
+    EXPECT_EQ(alertFor(LoopbackListener())->furtherText, "");
+}
+
+TEST_F(BusyPort, IsToldToBeAnotherUsers) {
+    if (!canBeOtherUser())
+        GTEST_SKIP() << "Only root can be another user.";
+    std::optional<LoopbackListener> listener;
+    {
+        const AsOtherUser user;
+        listener.emplace();
+    }
+    EXPECT_EQ(
+        alertFor(*listener)->furtherText,
+        "Another user of this computer listens there. Set BEACONRY_PORT to a port of your own, for Pelorin and for "
+        "your CLIs.");
 }
 
 class AppDelegateWithARelay : public AppDelegateTest {

@@ -7,6 +7,7 @@
 #include <gmock/gmock.h>
 
 #include <csignal>
+#include <fstream>
 
 namespace pelorin {
 namespace {
@@ -153,6 +154,27 @@ TEST(EndToEnd, ServesHooksWithoutADisplayAndSaysSo) {
     EXPECT_TRUE(hook->sendSignal(SIGTERM));
     expectSilentEnd(*hook);
 }
+
+TEST(EndToEnd, GoesOnWhenNobodyReadsWhatItSays) {
+    RunningApplication application({}, RunningApplication::Screen::offscreen, {},
+                                   {"QT_LOGGING_RULES=pelorin.router.debug=true"});
+    application.process().closeErrors();
+    EXPECT_EQ(application.request("/nothing-answers-to-this"), "ok");
+    EXPECT_EQ(application.request("/nothing-answers-to-this"), "ok");
+    EXPECT_EQ(application.status().value("build"), "v6");
+}
+
+#if defined(__linux__)
+TEST(EndToEnd, GoesOnWhenAFileMayGrowNoFurther) {
+    RunningApplication application;
+    std::ifstream file("/proc/" + std::to_string(application.process().processId()) + "/status");
+    std::string line;
+    while (std::getline(file, line) && !line.starts_with("SigIgn:")) {
+    }
+    const auto ignored = std::stoull(line.substr(line.find('\t')), nullptr, 16);
+    EXPECT_TRUE(ignored & (1ULL << (SIGXFSZ - 1))) << line;
+}
+#endif
 
 TEST(EndToEnd, StartingWritesNothingIntoTheHome) {
     const RunningApplication application;

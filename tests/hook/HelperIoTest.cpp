@@ -1,12 +1,14 @@
 #include "BeaconryHook/ObjectInput.h"
 #include "BeaconryHook/ServiceConnection.h"
 #include "tests/support/LoopbackListener.h"
+#include "tests/support/OtherUser.h"
 #include "tests/support/TestDescriptor.h"
 
 #include <gmock/gmock.h>
 
 #include <array>
 #include <fcntl.h>
+#include <future>
 #include <netinet/in.h>
 #include <sys/socket.h>
 #include <thread>
@@ -203,6 +205,64 @@ TEST(ServiceConnection, StopsWaitingWhenNobodyReadsTheAnswer) {
     Pipe answer = makePipe();
     answer.reading.close();
     EXPECT_EQ(connection->awaitDecision(answer.writing.get(), longDeadline()), Decision::ask);
+}
+
+/// A connection that waits in a thread of its own, with little patience.
+struct Waiting {
+    explicit Waiting(LoopbackListener& listener)
+        : connection(ServiceConnection::open(listener.port(), longDeadline())), accepted(listener.accept()) {}
+
+    Pipe answer = makePipe();
+    std::optional<ServiceConnection> connection;
+    std::optional<LoopbackConnection> accepted;
+    std::future<Decision> decision = std::async(
+        std::launch::async, [this] { return connection->awaitDecision(answer.writing.get(), longDeadline(), 20); });
+};
+
+TEST(ServiceConnection, GoesOnWaitingAsLongAsTheApplicationTellsItsStatus) {
+    LoopbackListener listener;
+    Waiting waiting(listener);
+    for (int question = 0; question < 3; ++question) {
+        auto connection = listener.accept();
+        ASSERT_TRUE(connection);
+        const auto request = connection->readRequest();
+        ASSERT_TRUE(request);
+        EXPECT_EQ(request->method, "GET");
+        EXPECT_EQ(request->path, "/status");
+        EXPECT_EQ(request->headers.at("host"), "127.0.0.1");
+        // The first bytes of it are answer enough.
+        connection->reply("{}");
+    }
+    EXPECT_TRUE(waiting.accepted->reply(R"({"decision":"allow"})"));
+    EXPECT_EQ(waiting.decision.get(), Decision::allow);
+}
+
+TEST(ServiceConnection, StopsWaitingWhenTheApplicationDoesNotTellItsStatus) {
+    LoopbackListener listener;
+    Waiting waiting(listener);
+    EXPECT_EQ(waiting.decision.get(), Decision::ask);
+    EXPECT_TRUE(listener.accept(std::chrono::milliseconds(0))) << "it has asked";
+}
+
+TEST(ServiceConnection, StopsWaitingWhenNobodyListensAnyMore) {
+    LoopbackListener listener;
+    Waiting waiting(listener);
+    listener.close();
+    EXPECT_EQ(waiting.decision.get(), Decision::ask);
+}
+
+TEST(ServiceConnection, ConnectsToNoOtherUsersService) {
+    if (!canBeOtherUser())
+        GTEST_SKIP() << "Only root can be another user.";
+    std::optional<LoopbackListener> listener;
+    {
+        const AsOtherUser user;
+        listener.emplace();
+    }
+    EXPECT_FALSE(ServiceConnection::open(listener->port(), longDeadline()));
+    auto accepted = listener->accept();
+    ASSERT_TRUE(accepted);
+    EXPECT_FALSE(accepted->readRequest()) << "not a byte came";
 }
 
 } // namespace

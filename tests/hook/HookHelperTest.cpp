@@ -1,6 +1,7 @@
 #include "BeaconryBase/ProcessFacts.h"
 #include "tests/hook/CapturedPayloads.h"
 #include "tests/hook/HookProcess.h"
+#include "tests/support/OtherUser.h"
 #include "tests/support/Processes.h"
 #include "tests/support/TestTerminal.h"
 
@@ -76,6 +77,50 @@ TEST(HookHelper, SendsAndLeavesThoughTheApplicationHangs) {
     }
 }
 
+TEST(HookHelper, StaysUntilItsRequestHasBeenTaken) {
+    for (const auto& [command, path] : fireAndForgetCommands) {
+        LoopbackListener listener;
+        const auto hook = runHook({testedHelper(), command}, R"({"session_id":"s"})", listener.port());
+        auto connection = listener.accept();
+        ASSERT_TRUE(connection);
+        ASSERT_TRUE(connection->readRequest());
+        EXPECT_EQ(connection->waitForEnd(50ms), std::nullopt) << command;
+        connection->reply("ok");
+        expectQuietEnd(*hook);
+    }
+}
+
+/// The helper as a user of this number runs it.
+std::vector<std::string> asUser(uid_t user, const std::string& command) {
+    const std::string number = std::to_string(user);
+    return {"/usr/bin/setpriv", "--reuid=" + number, "--regid=" + number, "--clear-groups", testedHelper(), command};
+}
+
+TEST(HookHelper, SaysNothingToAnotherUsersApplication) {
+    if (!canBeOtherUser())
+        GTEST_SKIP() << "Only root can be another user.";
+    std::optional<LoopbackListener> listener;
+    {
+        const AsOtherUser user;
+        listener.emplace();
+    }
+    for (const std::string command : {"notify", "permission"}) {
+        const auto hook = runHook(asUser(otherUser + 1, command), bashRequest(), listener->port());
+        expectQuietEnd(*hook);
+        auto connection = listener->accept();
+        ASSERT_TRUE(connection);
+        EXPECT_FALSE(connection->readRequest()) << "not a byte came";
+    }
+    // To his own, and to root's, it speaks.
+    const auto own = runHook(asUser(otherUser, "notify"), bashRequest(), listener->port());
+    EXPECT_EQ(nextRequest(*listener).path, "/event");
+    expectQuietEnd(*own);
+    LoopbackListener ofRoot;
+    const auto toRoot = runHook(asUser(otherUser, "notify"), bashRequest(), ofRoot.port());
+    EXPECT_EQ(nextRequest(ofRoot).path, "/event");
+    expectQuietEnd(*toRoot);
+}
+
 TEST(HookHelper, DoesNotWaitForTheEndOfItsInput) {
     for (const auto& [command, path] : fireAndForgetCommands) {
         LoopbackListener listener;
@@ -138,6 +183,18 @@ TEST(HookHelper, LeavesSilentlyWhenMemoryRunsOut) {
         runHook({"/bin/sh", "-c", limited}, R"({"a":")" + std::string(900'000, 'x') + R"("})", listener.port());
     expectQuietEnd(*hook);
     EXPECT_FALSE(listener.accept(0ms));
+}
+
+TEST(HookHelper, SurvivesALimitOnFiles) {
+    LoopbackListener listener;
+    // Its record of what waits is one.
+    const std::string limited = "ulimit -f 0; exec " + testedHelper() + " permission";
+    const auto hook = runHook({"/bin/sh", "-c", limited}, bashRequest(), listener.port());
+    auto connection = listener.accept();
+    ASSERT_TRUE(connection);
+    ASSERT_TRUE(connection->readRequest());
+    connection->reply(R"({"decision":"allow"})");
+    expectQuietEnd(*hook, allowAnswer);
 }
 
 TEST(HookHelper, SendsALargeRequestWhole) {
@@ -535,6 +592,19 @@ TEST_F(HookHelperWithServer, IsUnderstoodAndUnderstands) {
     EXPECT_EQ(jsonObject(received.body.toStdString()).value("tool_name"), "Bash");
     received.hook.respond(R"({"decision":"allow"})");
     expectQuietEnd(*hook, allowAnswer);
+}
+
+TEST_F(HookHelperWithServer, IsNotServedWhenItIsAnotherUsers) {
+    if (!canBeOtherUser())
+        GTEST_SKIP() << "Only root can be another user.";
+    const auto foreign = runHook(asUser(otherUser, "permission"), bashRequest(), port());
+    expectQuietEnd(*foreign);
+    const auto own = startHook({testedHelper(), "notify"}, port());
+    ASSERT_TRUE(own->writeInput(bashRequest()));
+    const Received received = waitForRequest();
+    EXPECT_EQ(received.path, "/event");
+    received.hook.respond("ok");
+    expectQuietEnd(*own);
 }
 
 TEST_F(HookHelperWithServer, IsSeenToHaveGoneWhenItIsStopped) {

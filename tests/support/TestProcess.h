@@ -76,6 +76,9 @@ public:
     /// Leaves as the reader of the child's output.
     void closeOutput() { m_output.close(); }
 
+    /// Leaves as the reader of the child's errors.
+    void closeErrors() { m_errors.close(); }
+
     /// Sends a signal to the child alone. False once it has ended.
     bool sendSignal(int signal);
 

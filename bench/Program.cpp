@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <spawn.h>
 #include <sstream>
 #include <sys/wait.h>
@@ -51,6 +52,11 @@ long Program::residentBytes() const {
     long resident = 0;
     statm >> total >> resident;
     return resident * sysconf(_SC_PAGESIZE);
+}
+
+long Program::openDescriptors() const {
+    return std::distance(std::filesystem::directory_iterator("/proc/" + std::to_string(m_process) + "/fd"),
+                         std::filesystem::directory_iterator());
 }
 
 long Program::sleeps() const {

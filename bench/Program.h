@@ -19,6 +19,9 @@ public:
     /// Bytes of memory that it has resident.
     long residentBytes() const;
 
+    /// How many descriptors it has open.
+    long openDescriptors() const;
+
     /// How often its threads have gone to sleep so far, all together: each time one had been woken for something.
     long sleeps() const;
 

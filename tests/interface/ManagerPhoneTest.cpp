@@ -120,17 +120,51 @@ TEST_F(ManagerPhoneTest, DrawsTheCodeInWholePixels) {
     }
 }
 
-TEST_F(ManagerPhoneTest, EditsTheAddressAndTheToken) {
+TEST_F(ManagerPhoneTest, TakesTheAddressAndTheTokenWhenTheyAreFinished) {
     show(phoneTab);
+    const QString before = settings.relayURL();
+    QStringList addresses;
+    QObject::connect(&settings, &NotifierSettings::relayURLWillChange,
+                     [&](const QString& address) { addresses.append(address); });
     click(QStringLiteral("Relay URL"));
-    retype(QStringLiteral("https://other.test"));
-    EXPECT_EQ(settings.relayURL(), QStringLiteral("https://other.test"));
+    retype(QStringLiteral("https://my.company"));
+    EXPECT_EQ(settings.relayURL(), before);
+    key(Qt::Key_Return);
+    EXPECT_EQ(settings.relayURL(), QStringLiteral("https://my.company"));
+    // Leaving the field is as good as Return.
     click(QStringLiteral("Token"));
     type(QStringLiteral("abc"));
+    EXPECT_EQ(settings.relayToken(), QString());
+    key(Qt::Key_Tab);
     EXPECT_EQ(settings.relayToken(), QStringLiteral("abc"));
     settings.setRelayToken(QStringLiteral("changed elsewhere"));
     settle();
     EXPECT_EQ(control(QStringLiteral("Token"))->property("text"), QStringLiteral("changed elsewhere"));
+    EXPECT_EQ(addresses, QStringList(QStringLiteral("https://my.company"))) << "None on the way to it.";
+}
+
+TEST_F(ManagerPhoneTest, TakesAHalfTypedAddressWhenTheTabOrTheWindowGoes) {
+    show(phoneTab);
+    click(QStringLiteral("Relay URL"));
+    retype(QStringLiteral("https://one.test"));
+    show(settingsTab);
+    EXPECT_EQ(settings.relayURL(), QStringLiteral("https://one.test"));
+    show(phoneTab);
+    click(QStringLiteral("Relay URL"));
+    retype(QStringLiteral("https://other.test"));
+    window().close();
+    EXPECT_EQ(settings.relayURL(), QStringLiteral("https://other.test"));
+}
+
+TEST_F(ManagerPhoneTest, ATokenThatIsBeingTypedWinsOverOneThatComesMeanwhile) {
+    show(phoneTab);
+    click(QStringLiteral("Token"));
+    type(QStringLiteral("mi"));
+    settings.setRelayToken(QStringLiteral("provisioned"));
+    settle();
+    type(QStringLiteral("ne"));
+    key(Qt::Key_Return);
+    EXPECT_EQ(settings.relayToken(), QStringLiteral("mine"));
 }
 
 TEST_F(ManagerPhoneTest, RegeneratesTheToken) {

@@ -11,6 +11,7 @@ Item {
     property string mnemonic: ""
     property real labelWidth: 10 * Theme.textSize
 
+    readonly property alias text: line.text
     readonly property bool isStacked: words.implicitWidth > labelWidth || width < 34 * Theme.textSize
 
     signal edited(string text)

@@ -23,10 +23,19 @@ Item {
     implicitWidth: 240
     opacity: enabled ? 1 : 0.5
 
-    Component.onCompleted: input.text = value
+    // The value that was last shown.
+    property string shown: ""
+
+    Component.onCompleted: {
+        input.text = value;
+        shown = value;
+    }
     onValueChanged: {
+        // What is being typed and has not been taken yet stays.
+        const isTyping = input.activeFocus && input.text !== shown;
+        shown = value;
         // Setting what is there already would move the cursor.
-        if (input.text !== value)
+        if (!isTyping && input.text !== value)
             input.text = value;
     }
 

@@ -33,8 +33,12 @@ Column {
             placeholder: "https://relay.your-name.example"
             value: setup.settings.relayURL
 
-            onEdited: text => setup.settings.relayURL = text
-            onFinished: setup.phone.loadPhonesOfNewConfig()
+            onFinished: {
+                // Not before: on the way to it there are addresses of others, which must not get the token.
+                if (text !== value)
+                    setup.settings.relayURL = text;
+                setup.phone.loadPhonesOfNewConfig();
+            }
         }
 
         LabelledLine {
@@ -43,8 +47,11 @@ Column {
             placeholder: "provisioned automatically"
             value: setup.settings.relayToken
 
-            onEdited: text => setup.settings.relayToken = text
-            onFinished: setup.phone.loadPhonesOfNewConfig()
+            onFinished: {
+                if (text !== value)
+                    setup.settings.relayToken = text;
+                setup.phone.loadPhonesOfNewConfig();
+            }
         }
 
         Hairline {

@@ -14,7 +14,11 @@ RelayProvisioner::RelayProvisioner(Dispatch& dispatch, HTTPTransport& transport)
 }
 
 QString RelayProvisioner::deviceName() {
-    return computerName().value_or(QStringLiteral("Mac"));
+    return deviceName(computerName());
+}
+
+QString RelayProvisioner::deviceName(const std::optional<QString>& computersName) {
+    return computersName.value_or(QStringLiteral("Mac"));
 }
 
 void RelayProvisioner::provision(const QString& url, const QString& name, Completion completion) {

@@ -25,6 +25,8 @@ public:
 
     /// The name under which this computer introduces itself: its own, else "Mac".
     static QString deviceName();
+    /// The same for a computer of that name, or of none.
+    static QString deviceName(const std::optional<QString>& computersName);
 
     /// Asks the relay at `url` for a token for a computer of that name. `completion` is called exactly once, on a later
     /// turn of the main queue. The reply's status does not matter, a token in it does.

@@ -53,6 +53,11 @@ TEST(AskEventDecoding, TakesDefaultsForWhatIsMissing) {
     EXPECT_EQ(decoded(R"({"session_id":""})"), expected);
 }
 
+TEST(AskEventDecoding, TakesAnEmptySourceAsItIs) {
+    EXPECT_EQ(decoded(R"({"session_id":"s","source":""})").source, "");
+    EXPECT_EQ(SessionInfo::decode(R"({"session_id":"s","source":""})")->source, "");
+}
+
 TEST(AskEventDecoding, DropsValuesOfAnotherTypeInsteadOfConvertingThem) {
     const AskEvent expected{.sessionId = "s", .receivedAt = arrival, .source = "claude"};
     EXPECT_EQ(decoded(R"({"session_id":"s","cwd":1,"message":null,"tty":true,"term_program":[],"request_id":{},

@@ -180,6 +180,35 @@ TEST_F(RelayClientTest, TakesAnIntervalInFractionsOfASecond) {
     EXPECT_EQ(polls(), 1);
 }
 
+TEST_F(RelayClientTest, PollsOnItsOwnQueueAndDecidesOnTheMainOne) {
+    std::vector<std::string> queues;
+    client->startPolling(
+        5.0,
+        [&] {
+            queues.push_back(dispatch.runningQueue());
+            return config;
+        },
+        [&](const QString&, const QString&) { queues.push_back(dispatch.runningQueue()); });
+    dispatch.advance(5s);
+    transport.sent.last().answer(R"({"decisions":[{"id":"r1","decision":"allow"}]})");
+    dispatch.runDue();
+    EXPECT_THAT(queues, ElementsAre("com.pelorin.relay", "main"));
+}
+
+TEST_F(RelayClientTest, AnswersAboutPhonesOnTheMainQueue) {
+    std::vector<std::string> queues;
+    client->devices("https://relay.test", "tok", [&](const auto&) { queues.push_back(dispatch.runningQueue()); });
+    client->removeDevice("p", "https://relay.test", "tok",
+                         [&](RelayClient::Removal) { queues.push_back(dispatch.runningQueue()); });
+    // Neither of these is sent.
+    client->devices("", "tok", [&](const auto&) { queues.push_back(dispatch.runningQueue()); });
+    client->removeDevice("p", "", "tok", [&](RelayClient::Removal) { queues.push_back(dispatch.runningQueue()); });
+    for (const auto& sent : transport.sent)
+        sent.answer("{}");
+    dispatch.runDue();
+    EXPECT_THAT(queues, ElementsAre("main", "main", "main", "main"));
+}
+
 TEST_F(RelayClientTest, AsksForTheConfigurationBeforeEachPoll) {
     startPolling();
     config.reset();

@@ -3,9 +3,15 @@
 #include "tests/support/FakeHTTPTransport.h"
 #include "tests/support/ManualDispatch.h"
 
-#include "BeaconryKit/platform/ComputerName.h"
+#if defined(__linux__)
+#include "BeaconryKit/platform/linux/MachineInfo.h"
+#endif
 
+#include <QFile>
 #include <gmock/gmock.h>
+
+#include <array>
+#include <unistd.h>
 
 namespace pelorin {
 namespace {
@@ -91,7 +97,15 @@ TEST_F(RelayProvisionerTest, KeepsRequestsApart) {
 }
 
 TEST(DeviceName, IsTheComputersNameElseMac) {
-    EXPECT_EQ(RelayProvisioner::deviceName(), computerName().value_or("Mac"));
+    EXPECT_EQ(RelayProvisioner::deviceName("Ann's laptop"), "Ann's laptop");
+    EXPECT_EQ(RelayProvisioner::deviceName(std::nullopt), "Mac");
+#if defined(__linux__)
+    std::array<char, 256> host{};
+    ASSERT_EQ(gethostname(host.data(), host.size()), 0);
+    QFile machineInfo("/etc/machine-info");
+    const auto given = machineInfo.open(QFile::ReadOnly) ? prettyHostname(machineInfo.readAll()) : std::nullopt;
+    EXPECT_EQ(RelayProvisioner::deviceName(), given.value_or(host.data()));
+#endif
 }
 
 } // namespace

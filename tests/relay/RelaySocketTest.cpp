@@ -86,9 +86,30 @@ TEST_F(RelaySocketTest, ConnectsGreetsAndListens) {
     EXPECT_EQ(connection(0).request.timeout, 60s);
     EXPECT_TRUE(connection(0).isResumed);
     EXPECT_THAT(connection(0).sent, ElementsAre(helloFalse));
+    EXPECT_FALSE(connection(0).spokeTooEarly);
     EXPECT_EQ(connection(0).receivers.size(), 1U);
     dispatch.advance(1h);
     EXPECT_EQ(connections(), 1U);
+}
+
+TEST_F(RelaySocketTest, SendsTheTokenAsItStands) {
+    config = RelayConfig{"https://relay.test", " \ttok\t "};
+    socket->start();
+    EXPECT_THAT(connection(0).request.headers,
+                ElementsAre(std::pair<QByteArray, QByteArray>("Authorization", "Bearer  \ttok\t ")));
+}
+
+TEST_F(RelaySocketTest, WaitsForTheNextAttemptOnTheGlobalQueue) {
+    std::vector<std::string> queues;
+    RelaySocket::Callbacks noting = callbacks();
+    noting.config = [&]() -> std::optional<RelayConfig> {
+        queues.push_back(dispatch.runningQueue());
+        return std::nullopt;
+    };
+    RelaySocket other(dispatch, transport, noting);
+    other.start();
+    dispatch.advance(2s);
+    EXPECT_THAT(queues, ElementsAre("", "global"));
 }
 
 TEST_F(RelaySocketTest, IsConnectedOnlyOnceAMessageHasCome) {

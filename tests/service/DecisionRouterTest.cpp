@@ -81,6 +81,26 @@ TEST_F(DecisionRouterTest, ExpiresANewerParkAtTheOlderDeadline) {
     EXPECT_EQ(log.size(), 2);
 }
 
+TEST_F(DecisionRouterTest, ExpiresANewerParkAtTheDeadlineOfOneThatWasResolved) {
+    router.park("r", 60, respondAs("old"), expireAs("old"));
+    dispatch.advance(30s);
+    EXPECT_TRUE(router.resolve("r", Decision::allow));
+    router.park("r", 60, respondAs("new"), expireAs("new"));
+    dispatch.advance(30s - 1ns);
+    EXPECT_EQ(log, QStringList({R"(old {"decision":"allow"})"}));
+    dispatch.advance(1ns);
+    EXPECT_EQ(log, QStringList({R"(old {"decision":"allow"})", R"(new {"decision":"ask"})", "new expired"}));
+}
+
+TEST_F(DecisionRouterTest, RunsItsDeadlinesOnTheGlobalQueue) {
+    std::vector<std::string> queues;
+    router.park(
+        "r", 60, [&](const QByteArray&) { queues.push_back(dispatch.runningQueue()); },
+        [&] { queues.push_back(dispatch.runningQueue()); });
+    dispatch.advance(60s);
+    EXPECT_EQ(queues, std::vector<std::string>({"global", "global"}));
+}
+
 TEST_F(DecisionRouterTest, FreesAReplacedRequestsCallbacksUncalled) {
     auto owned = std::make_shared<int>();
     router.park("r", 60, [owned](const QByteArray&) { FAIL(); });

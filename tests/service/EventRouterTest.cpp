@@ -14,15 +14,23 @@ namespace {
 
 using namespace std::chrono_literals;
 
-/// A whole broker on hand-moved time. Every reply to a hook and every change of the rows is written to one log.
+/// A whole broker on hand-moved time. Every reply to a hook and every change of the rows is written to one log, and
+/// before what comes later than the line above it the moment at which it comes.
 class Broker {
 public:
     Broker() {
         QObject::connect(&store, &AskStore::asksWillChange, [this](const SharedAsks& asks) {
             const QString now = rowsText(asks);
             if (now != std::exchange(m_rows, now))
-                log << "rows: " + now;
+                note("rows: " + now);
         });
+    }
+
+    void note(const QString& line) {
+        const Duration passed = dispatch.monotonicNow() - m_start;
+        if (passed != std::exchange(m_noted, passed))
+            log << QStringLiteral("at %1 s").arg(std::chrono::duration<double>(passed).count(), 0, 'g', 15);
+        log << line;
     }
 
     static QString rowsText(const SharedAsks& asks) {
@@ -34,7 +42,7 @@ public:
 
     void post(const QByteArray& path, const QByteArray& body, const QString& name) {
         router->route(path, body,
-                      {.respond = [this, name](const QByteArray& reply) { log << name + " < " + reply; },
+                      {.respond = [this, name](const QByteArray& reply) { note(name + " < " + reply); },
                        .whenGone =
                            [this, name](std::function<void()> gone) {
                                goneCallbacks[name] = std::move(gone);
@@ -56,6 +64,8 @@ public:
 
 private:
     QString m_rows;
+    const std::chrono::steady_clock::time_point m_start = dispatch.monotonicNow();
+    Duration m_noted{};
 };
 
 QByteArray bash(const char* session, const char* request, const char* command = "ls") {
@@ -89,7 +99,7 @@ Step wait(Duration duration) {
 }
 Step resolve(const char* id, Decision decision) {
     return [=](Broker& broker) {
-        broker.log << (broker.decisions.resolve(id, decision) ? "resolved" : "nothing to resolve");
+        broker.note(broker.decisions.resolve(id, decision) ? "resolved" : "nothing to resolve");
     };
 }
 Step set(const std::function<void(NotifierSettings&)>& change) {
@@ -166,18 +176,22 @@ INSTANTIATE_TEST_SUITE_P(
         Script{"ExpireIntoANoticeThatStays",
                {post("/permission", bash("s", "r", "rm -rf build")), wait(45s - 1ns), wait(1ns), wait(1h),
                 resolve("r", Decision::allow)},
-               {"rows: r ? Bash: rm -rf build", askWord, "rows: ", "rows: s . Answer in terminal — Bash: rm -rf build",
-                "nothing to resolve"}},
+               {"rows: r ? Bash: rm -rf build", "at 45 s", askWord,
+                "rows: ", "rows: s . Answer in terminal — Bash: rm -rf build", "at 3645 s", "nothing to resolve"}},
+        Script{"ExpireIntoANoticeThatStaysWhateverTheTimeOfNotices",
+               {set([](auto& settings) { settings.setNotificationAutoDismissSeconds(1); }),
+                post("/permission", bash("s", "r")), wait(24h)},
+               {"rows: r ? Bash: ls", "at 45 s", askWord, "rows: ", "rows: s . Answer in terminal — Bash: ls"}},
         Script{"ExpireByTheSettingOfTheMomentTheyCame",
                {set([](auto& settings) { settings.setDecisionWaitSeconds(10); }), post("/permission", bash("s", "r")),
                 set([](auto& settings) { settings.setDecisionWaitSeconds(100); }), wait(10s)},
-               {"rows: r ? Bash: ls", askWord, "rows: ", "rows: s . Answer in terminal — Bash: ls"}},
+               {"rows: r ? Bash: ls", "at 10 s", askWord, "rows: ", "rows: s . Answer in terminal — Bash: ls"}},
         Script{"ThatWereWithdrawnLeaveNoNoticeWhenTheyExpire",
                {post("/permission", bash("s", "r")), dismiss("r"), wait(45s)},
-               {"rows: r ? Bash: ls", "rows: ", askWord}},
+               {"rows: r ? Bash: ls", "rows: ", "at 45 s", askWord}},
         Script{"OfTheirSessionsNoticeTakeItsPlaceWhenTheyExpire",
                {post("/permission", bash("s", "r1")), post("/permission", bash("s", "r2", "pwd"), "second"), wait(45s)},
-               {"rows: r1 ? Bash: ls", "rows: r1 ? Bash: ls | r2 ? Bash: pwd", askWord,
+               {"rows: r1 ? Bash: ls", "rows: r1 ? Bash: ls | r2 ? Bash: pwd", "at 45 s", askWord,
                 R"(second < {"decision":"ask"})", "rows: r2 ? Bash: pwd",
                 "rows: r2 ? Bash: pwd | s . Answer in terminal — Bash: ls", "rows: s . Answer in terminal — Bash: ls",
                 "rows: s . Answer in terminal — Bash: pwd"}},
@@ -197,11 +211,25 @@ INSTANTIATE_TEST_SUITE_P(
     ::testing::Values(Script{"OfTheSessionAnswerAtOnceAndShowAToastForThreeSeconds",
                              {setRegistry([](auto& registry) { registry.setPolicy(AutoDecision::allow, "s"); }),
                               post("/permission", bash("s", "r")), wait(3s - 1ns), wait(1ns)},
-                             {allowWord, "rows: s . Auto-allowed: Bash: ls", "rows: "}},
+                             {allowWord, "rows: s . Auto-allowed: Bash: ls", "at 3 s", "rows: "}},
                       Script{"ByDefaultAnswerAtOnce",
                              {set([](auto& settings) { settings.setDefaultPolicy(AutoDecision::deny); }),
                               post("/permission", bash("s", "r"))},
                              {denyWord, "rows: s . Auto-denied: Bash: ls"}},
+                      Script{"AnswerWithAToastWhereAPhoneCouldAnswerToo",
+                             {set([](auto& settings) {
+                                  settings.setRelayToken("t");
+                                  settings.setDefaultPolicy(AutoDecision::allow);
+                              }),
+                              post("/permission", bash("s", "r"))},
+                             {allowWord, "rows: s . Auto-allowed: Bash: ls"}},
+                      Script{"ToDenyHoldInSilentModeToo",
+                             {set([](auto& settings) {
+                                  settings.setSilentMode(true);
+                                  settings.setDefaultPolicy(AutoDecision::deny);
+                              }),
+                              post("/permission", bash("s", "r"))},
+                             {denyWord}},
                       Script{"OfTheSessionWinOverTheDefault",
                              {set([](auto& settings) { settings.setDefaultPolicy(AutoDecision::deny); }),
                               setRegistry([](auto& registry) { registry.setPolicy(AutoDecision::wait, "s"); }),
@@ -218,8 +246,8 @@ INSTANTIATE_TEST_SUITE_P(
                              {set([](auto& settings) { settings.setDefaultPolicy(AutoDecision::allow); }),
                               post("/permission", bash("s", "r1")), wait(2s),
                               post("/permission", bash("s", "r2", "pwd")), wait(2s), wait(1s)},
-                             {allowWord, "rows: s . Auto-allowed: Bash: ls", "rows: ", allowWord,
-                              "rows: s . Auto-allowed: Bash: pwd", "rows: "}},
+                             {allowWord, "rows: s . Auto-allowed: Bash: ls", "at 2 s", "rows: ", allowWord,
+                              "rows: s . Auto-allowed: Bash: pwd", "at 5 s", "rows: "}},
                       Script{"StillWaitInSilentModeWhenAPhoneCouldAnswer",
                              {set([](auto& settings) {
                                   settings.setSilentMode(true);
@@ -255,7 +283,28 @@ INSTANTIATE_TEST_SUITE_P(
         Script{"AreWithdrawnAfterTheUsersTime",
                {set([](auto& settings) { settings.setNotificationAutoDismissSeconds(7); }),
                 post("/event", notice("s", "confirm")), wait(7s - 1ns), wait(1ns)},
-               {"hook < ok", "rows: s . confirm", "rows: "}},
+               {"hook < ok", "rows: s . confirm", "at 7 s", "rows: "}},
+        Script{"AreWithdrawnAfterOneSecondIfTheUserWants",
+               {set([](auto& settings) { settings.setNotificationAutoDismissSeconds(1); }),
+                post("/event", notice("s", "confirm")), wait(24h)},
+               {"hook < ok", "rows: s . confirm", "at 1 s", "rows: "}},
+        Script{"AreShownInSilentModeToo",
+               {set([](auto& settings) { settings.setSilentMode(true); }), post("/event", notice("s", "confirm"))},
+               {"hook < ok", "rows: s . confirm"}},
+        Script{"OfPlainSessionsAreDroppedWhenOnlyOptedInOnesCount",
+               {setRegistry([](auto& registry) { registry.setTrackOnlyOptIn(true); }),
+                post("/event", notice("s", "confirm")), post("/register", session("s", true), "register"),
+                post("/event", notice("s", "confirm"))},
+               {"hook < ok", "register < ok", "hook < ok", "rows: s . confirm"}},
+        Script{"StayWhenAPermissionOfTheirSessionIsFiltered",
+               {post("/event", notice("s", "confirm"), "event"),
+                setRegistry([](auto& registry) { registry.setMuted(true, "s"); }), post("/permission", bash("s", "r"))},
+               {"event < ok", "rows: s . confirm", filteredWord}},
+        Script{"OfTheSessionWithAnEmptyIdAreClearedByIt",
+               {post("/event", notice("", "confirm")), post("/event", notice("s", "confirm")),
+                post("/clear", session(""))},
+               {"hook < ok", "rows:  . confirm", "hook < ok", "rows:  . confirm | s . confirm", "hook < ok",
+                "rows: s . confirm"}},
         Script{"StayWhenTheUserSetNoTime",
                {set([](auto& settings) { settings.setNotificationAutoDismissSeconds(-1); }),
                 post("/event", notice("s", "confirm")), wait(24h)},
@@ -264,11 +313,12 @@ INSTANTIATE_TEST_SUITE_P(
                {set([](auto& settings) { settings.setNotificationAutoDismissSeconds(1); }),
                 post("/event", bash("s", "r")), wait(24h)},
                {"hook < ok", "rows: r ? Bash: ls"}},
-        Script{"AreNotWithdrawnByTheTimeOfAnOlderOne",
-               {set([](auto& settings) { settings.setNotificationAutoDismissSeconds(5); }),
-                post("/event", notice("s", "confirm")), wait(3s), post("/event", notice("s", "confirm again")),
-                wait(2s), wait(3s - 1ns), wait(1ns)},
-               {"hook < ok", "rows: s . confirm", "hook < ok", "rows: s . confirm again", "rows: "}},
+        Script{
+            "AreNotWithdrawnByTheTimeOfAnOlderOne",
+            {set([](auto& settings) { settings.setNotificationAutoDismissSeconds(5); }),
+             post("/event", notice("s", "confirm")), wait(3s), post("/event", notice("s", "confirm again")), wait(2s),
+             wait(3s - 1ns), wait(1ns)},
+            {"hook < ok", "rows: s . confirm", "at 3 s", "hook < ok", "rows: s . confirm again", "at 8 s", "rows: "}},
         Script{"NeverDisplaceAWaitingPermission",
                {post("/permission", bash("s", "r"), "permission"),
                 post("/event", notice("s", "Claude needs your permission", "permission_prompt")),
@@ -322,7 +372,7 @@ TEST(EventRouter, UnregisteringASessionLeavesItsHookToItsDeadline) {
     broker.post("/unregister", session("s"), "bye");
     broker.take();
     broker.dispatch.advance(45s);
-    EXPECT_EQ(broker.take(), QStringList({askWord}));
+    EXPECT_EQ(broker.take(), QStringList({"at 45 s", askWord}));
     EXPECT_TRUE(broker.store.asks().isEmpty());
 }
 
@@ -345,6 +395,81 @@ TEST(EventRouter, TellsOfARowThatIsNotAsItWasParkedWhenItExpires) {
     EXPECT_EQ(Broker::rowsText(broker.store.asks()), "s . Answer in terminal — Bash: ls");
     broker.router->expire(changed);
     EXPECT_EQ(Broker::rowsText(broker.store.asks()), "s . Answer in terminal — Bash: ls");
+}
+
+TEST(EventRouter, ForgetsTheSessionThenItsMuteThenItsPolicyThenItsRows) {
+    Broker broker;
+    broker.post("/register", session("s"), "hook");
+    broker.registry.setPolicy(AutoDecision::wait, "s");
+    broker.post("/permission", bash("s", "r"), "hook");
+    broker.registry.setMuted(true, "s");
+    broker.take();
+    QObject::connect(&broker.registry, &SessionRegistry::sessionsWillChange, [&] { broker.note("sessions"); });
+    QObject::connect(&broker.registry, &SessionRegistry::mutedIdsWillChange, [&] { broker.note("mutes"); });
+    QObject::connect(&broker.registry, &SessionRegistry::policiesWillChange, [&] { broker.note("policies"); });
+    broker.post("/unregister", session("s"), "hook");
+    EXPECT_EQ(broker.take(), QStringList({"hook < ok", "sessions", "mutes", "policies", "rows: "}));
+}
+
+TEST(EventRouter, LeavesARowThatIsNoLongerTheOneThatWasParked) {
+    // Each changes one field; the row's identity stays.
+    const std::function<void(AskEvent&)> changes[] = {
+        [](AskEvent& ask) { ask.sessionId = "other"; },
+        [](AskEvent& ask) { ask.cwd = "/other"; },
+        [](AskEvent& ask) { ask.message = "other"; },
+        [](AskEvent& ask) { ask.tty = "pts/9"; },
+        [](AskEvent& ask) { ask.termProgram = "other"; },
+        [](AskEvent& ask) { ask.receivedAt += 1ms; },
+        [](AskEvent& ask) { ask.toolName = "other"; },
+        [](AskEvent& ask) { ask.actionSummary = "other"; },
+        [](AskEvent& ask) { ask.notificationType = "other"; },
+        [](AskEvent& ask) { ask.agentType = "other"; },
+        [](AskEvent& ask) { ask.source = "other"; },
+        [](AskEvent& ask) { ask.detail = "other"; },
+        [](AskEvent& ask) { ask.tmuxPane = "%9"; },
+        [](AskEvent& ask) { ask.weztermPane = "9"; },
+        [](AskEvent& ask) { ask.kittyWindowId = "9"; },
+        [](AskEvent& ask) {
+            ask.options = {{"1", "Yes"}};
+        },
+        [](AskEvent& ask) { ask.acceptsText = true; },
+    };
+    int number = 0;
+    for (const auto& change : changes) {
+        Broker broker;
+        broker.post("/permission", bash("s", "r"), "hook");
+        AskEvent row = *broker.store.asks().first();
+        change(row);
+        broker.store.upsert(row);
+        broker.take();
+        broker.dispatch.advance(1h);
+        EXPECT_EQ(broker.take(), QStringList({"at 45 s", askWord})) << number;
+        ASSERT_EQ(broker.store.asks().size(), 1) << number;
+        EXPECT_EQ(*broker.store.asks().first(), row) << number;
+        ++number;
+    }
+}
+
+TEST(EventRouter, ChangesRowsOnTheMainQueueAndEndsWaitsOnTheGlobalOne) {
+    Broker broker;
+    broker.settings.setNotificationAutoDismissSeconds(1);
+    broker.registry.setPolicy(AutoDecision::allow, "toast");
+    std::vector<std::string> queues;
+    QObject::connect(&broker.store, &AskStore::asksWillChange,
+                     [&] { queues.push_back("rows on " + broker.dispatch.runningQueue()); });
+    broker.post("/permission", bash("toast", "t"), "hook");
+    broker.post("/event", notice("s", "confirm"), "hook");
+    broker.router->route("/permission", bash("p", "r"), {.respond = [&](const QByteArray&) {
+                             queues.push_back("reply on " + broker.dispatch.runningQueue());
+                         }});
+    queues.clear();
+    broker.dispatch.advance(1s);
+    EXPECT_EQ(queues, std::vector<std::string>({"rows on main"}));
+    broker.dispatch.advance(2s);
+    EXPECT_EQ(queues, std::vector<std::string>({"rows on main", "rows on main"}));
+    queues.clear();
+    broker.dispatch.advance(42s);
+    EXPECT_EQ(queues, std::vector<std::string>({"reply on global", "rows on main", "rows on main"}));
 }
 
 TEST(EventRouter, KeepsOnlyWhatPointsAtTheTerminalInTheExpiryNotice) {

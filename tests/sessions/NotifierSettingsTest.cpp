@@ -7,6 +7,7 @@
 
 #include <QJsonObject>
 #include <QLocale>
+#include <QVariant>
 #include <gmock/gmock.h>
 
 #include <sys/stat.h>
@@ -60,6 +61,21 @@ TEST(NotifierSettings, LoadsWhatIsStored) {
     EXPECT_EQ(settings.relayToken(), "t");
     EXPECT_TRUE(settings.phoneTerminalEnabled());
     EXPECT_EQ(defaults.writes, 0);
+}
+
+TEST(NotifierSettings, LoadsEachSwitchFromItsOwnKey) {
+    const std::pair<const char*, bool (NotifierSettings::*)() const> switches[] = {
+        {"trackOnlyOptIn", &NotifierSettings::trackOnlyOptIn},
+        {"showPlainNotifications", &NotifierSettings::showPlainNotifications},
+        {"silentMode", &NotifierSettings::silentMode},
+        {"phoneTerminalEnabled", &NotifierSettings::phoneTerminalEnabled},
+    };
+    for (const auto& [key, ignored] : switches) {
+        MemoryUserDefaults defaults(QJsonObject{{key, true}});
+        const NotifierSettings settings(defaults);
+        for (const auto& [name, isOn] : switches)
+            EXPECT_EQ((settings.*isOn)(), qstrcmp(name, key) == 0) << name << " of " << key;
+    }
 }
 
 TEST(NotifierSettings, TreatsAValueOfAnotherTypeAsMissing) {
@@ -180,6 +196,55 @@ TEST(NotifierSettings, AnnouncesEachPropertyWithItsNewValueBeforeItIsStored) {
     settings.setDefaultPolicy(AutoDecision::deny);
     EXPECT_EQ(log,
               QStringList({"token t was ", "object", "silent 1 was 0", "object", "policy deny was wait", "object"}));
+}
+
+TEST(NotifierSettings, AnnouncesEachPropertyUnderItsOwnName) {
+    MemoryUserDefaults defaults;
+    NotifierSettings settings(defaults);
+    QStringList log;
+    const auto note = [&](const char* name) {
+        return [&log, name](const auto& value) {
+            log << QString("%1 %2").arg(name, QVariant::fromValue(value).toString());
+        };
+    };
+    using Self = NotifierSettings;
+    QObject::connect(&settings, &Self::phoneTerminalEnabledWillChange, note("phone terminal"));
+    QObject::connect(&settings, &Self::relayURLWillChange, note("address"));
+    QObject::connect(&settings, &Self::relayTokenWillChange, note("token"));
+    QObject::connect(&settings, &Self::injectionAllowlistRawWillChange, note("allowlist"));
+    QObject::connect(&settings, &Self::decisionWaitSecondsWillChange, note("wait"));
+    QObject::connect(&settings, &Self::notificationAutoDismissSecondsWillChange, note("dismiss"));
+    QObject::connect(&settings, &Self::defaultPolicyWillChange,
+                     [&](AutoDecision policy) { log << "policy " + rawValue(policy); });
+    QObject::connect(&settings, &Self::trackOnlyOptInWillChange, note("track only"));
+    QObject::connect(&settings, &Self::showPlainNotificationsWillChange, note("plain"));
+    QObject::connect(&settings, &Self::silentModeWillChange, note("silent"));
+    QObject::connect(&settings, &Self::askKeywordsWillChange, note("keywords"));
+    const auto announced = [&] {
+        return std::exchange(log, {});
+    };
+    settings.setPhoneTerminalEnabled(true);
+    EXPECT_EQ(announced(), QStringList("phone terminal true"));
+    settings.setRelayURL("https://x");
+    EXPECT_EQ(announced(), QStringList("address https://x"));
+    settings.setRelayToken("t");
+    EXPECT_EQ(announced(), QStringList("token t"));
+    settings.setInjectionAllowlistRaw("a,b");
+    EXPECT_EQ(announced(), QStringList("allowlist a,b"));
+    settings.setDecisionWaitSeconds(50);
+    EXPECT_EQ(announced(), QStringList("wait 50"));
+    settings.setNotificationAutoDismissSeconds(9);
+    EXPECT_EQ(announced(), QStringList("dismiss 9"));
+    settings.setDefaultPolicy(AutoDecision::allow);
+    EXPECT_EQ(announced(), QStringList("policy allow"));
+    settings.setTrackOnlyOptIn(true);
+    EXPECT_EQ(announced(), QStringList("track only true"));
+    settings.setShowPlainNotifications(true);
+    EXPECT_EQ(announced(), QStringList("plain true"));
+    settings.setSilentMode(true);
+    EXPECT_EQ(announced(), QStringList("silent true"));
+    settings.setAskKeywords("k");
+    EXPECT_EQ(announced(), QStringList("keywords k"));
 }
 
 TEST(NotifierSettings, AnnouncesAValueThatIsStoredAlreadyButLeavesTheFileAlone) {

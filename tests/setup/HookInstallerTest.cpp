@@ -3,6 +3,7 @@
 #include "tests/support/TemporaryDirectory.h"
 
 #include <QDir>
+#include <QtCore/private/qabstractfileengine_p.h>
 #include <gmock/gmock.h>
 
 #include <fstream>
@@ -123,6 +124,40 @@ TEST_F(HookInstallerTest, FindsTheCheckoutFromFiveLevelsBelowAtTheMost) {
     for (const std::string levels : {"a/b/c/d/e/f", "a/b/c/d/e/f/g"})
         EXPECT_EQ(HookInstaller::scriptsDir(dependencies(checkout / levels)), toText(checkout / levels)) << levels;
     EXPECT_EQ(HookInstaller::hooksDir(dependencies(checkout / "a")), toText(checkout / "hooks"));
+}
+
+/// Pretends that the file is there.
+class PretendedFile : public QAbstractFileEngineHandler {
+public:
+    explicit PretendedFile(QString path) : m_path(std::move(path)) {}
+
+#if QT_VERSION >= QT_VERSION_CHECK(6, 8, 0)
+    std::unique_ptr<QAbstractFileEngine> create(const QString& path) const override {
+        return QDir::cleanPath(path) == m_path ? std::make_unique<Engine>() : nullptr;
+    }
+#else
+    QAbstractFileEngine* create(const QString& path) const override {
+        return QDir::cleanPath(path) == m_path ? new Engine : nullptr;
+    }
+#endif
+
+private:
+    struct Engine : QAbstractFileEngine {
+        FileFlags fileFlags(FileFlags type) const override { return (ExistsFlag | FileType) & type; }
+    };
+
+    const QString m_path;
+};
+
+TEST_F(HookInstallerTest, NeverLooksIntoTheRootFolder) {
+    const PretendedFile inRoot("/scripts/install-hooks.sh");
+    ASSERT_TRUE(QFileInfo::exists("/scripts/install-hooks.sh"));
+    for (const char* directory : {"/nowhere", "/nowhere/a", "/nowhere/a/b/c/d"})
+        EXPECT_EQ(HookInstaller::scriptsDir(dependencies(directory)), directory);
+    for (const char* root : {"/", ""})
+        EXPECT_EQ(HookInstaller::scriptsDir(dependencies(fs::path(root))), root);
+    const PretendedFile below("/nowhere/scripts/install-hooks.sh");
+    EXPECT_EQ(HookInstaller::scriptsDir(dependencies("/nowhere/a/b/c/d")), "/nowhere");
 }
 
 TEST_F(HookInstallerTest, TakesTheNearestCheckout) {

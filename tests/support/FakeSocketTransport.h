@@ -15,6 +15,8 @@ struct FakeConnection {
     SocketRequest request;
     bool isResumed = false;
     QStringList sent;
+    /// Whether something was sent before the connection was resumed.
+    bool spokeTooEarly = false;
     std::vector<SocketReceiver> receivers;
     std::optional<SocketCloseCode> cancelled;
     /// The task was destroyed.
@@ -60,7 +62,10 @@ private:
                 m_connection->receivers.clear();
         }
         void resume() override { m_connection->isResumed = true; }
-        void send(const QString& text) override { m_connection->sent.append(text); }
+        void send(const QString& text) override {
+            m_connection->spokeTooEarly = m_connection->spokeTooEarly || !m_connection->isResumed;
+            m_connection->sent.append(text);
+        }
         void receive(SocketReceiver receiver) override { m_connection->receivers.push_back(std::move(receiver)); }
         void cancel(SocketCloseCode code) override {
             m_connection->cancelled = code;

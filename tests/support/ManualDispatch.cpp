@@ -4,14 +4,15 @@ namespace pelorin {
 
 class ManualDispatch::Queue final : public TaskQueue {
 public:
-    explicit Queue(std::shared_ptr<Schedule> schedule) : m_schedule(std::move(schedule)) {}
+    Queue(std::shared_ptr<Schedule> schedule, std::string label)
+        : m_schedule(std::move(schedule)), m_label(std::move(label)) {}
 
     void async(Task task) override { asyncAfter(Duration::zero(), std::move(task)); }
 
     void asyncAfter(Duration delay, Task task) override {
         const Moment now = m_schedule->monotonic;
         const Moment due = delay <= Duration::zero() ? now : delay >= Moment::max() - now ? Moment::max() : now + delay;
-        m_schedule->tasks.emplace(due, Entry{std::move(task), m_alive});
+        m_schedule->tasks.emplace(due, Entry{std::move(task), m_alive, m_label});
     }
 
     std::unique_ptr<RepeatingTimer> every(Duration interval, Task task) override {
@@ -31,17 +32,18 @@ private:
                                                                               if (!timer.expired())
                                                                                   repeat(interval, task, timer);
                                                                           },
-                                                                          timer});
+                                                                          timer, m_label});
     }
 
     std::shared_ptr<Schedule> m_schedule;
+    const std::string m_label;
     std::shared_ptr<const void> m_alive = std::make_shared<const char>();
 };
 
 ManualDispatch::ManualDispatch()
     : m_schedule(std::make_shared<Schedule>()),
-      m_main(std::make_unique<Queue>(m_schedule)),
-      m_global(std::make_unique<Queue>(m_schedule)) {
+      m_main(std::make_unique<Queue>(m_schedule, "main")),
+      m_global(std::make_unique<Queue>(m_schedule, "global")) {
     // Some ordinary moment, so that neither clock reads zero.
     m_schedule->wall = WallTime(std::chrono::seconds(1'700'000'000));
     m_schedule->monotonic = Moment(std::chrono::hours(1));
@@ -57,8 +59,8 @@ TaskQueue& ManualDispatch::globalQueue() {
     return *m_global;
 }
 
-std::unique_ptr<TaskQueue> ManualDispatch::makeSerialQueue(const std::string&) {
-    return std::make_unique<Queue>(m_schedule);
+std::unique_ptr<TaskQueue> ManualDispatch::makeSerialQueue(const std::string& label) {
+    return std::make_unique<Queue>(m_schedule, label);
 }
 
 WallTime ManualDispatch::now() const {
@@ -73,8 +75,11 @@ void ManualDispatch::runDue() {
     while (!m_schedule->tasks.empty() && m_schedule->tasks.begin()->first <= m_schedule->monotonic) {
         const Entry next = std::move(m_schedule->tasks.begin()->second);
         m_schedule->tasks.erase(m_schedule->tasks.begin());
-        if (!next.owner.expired())
-            next.task();
+        if (next.owner.expired())
+            continue;
+        m_schedule->runningQueue = next.queue;
+        next.task();
+        m_schedule->runningQueue.clear();
     }
 }
 

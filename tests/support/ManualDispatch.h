@@ -28,6 +28,9 @@ public:
     /// Moves both clocks on, stopping at every due time on the way to run what is due there.
     void advance(Duration duration);
 
+    /// The queue whose task runs now: "main", "global", or the label of a serial one. Empty outside of tasks.
+    const std::string& runningQueue() const { return m_schedule->runningQueue; }
+
     /// How many tasks wait on all queues, timers included.
     std::size_t waitingTasks() const;
 
@@ -40,12 +43,14 @@ private:
     struct Entry {
         Task task;
         std::weak_ptr<const void> owner;
+        std::string queue;
     };
     struct Schedule {
         // In the order of due times; equal ones in the order in which they came, whichever queue they are on.
         std::multimap<Moment, Entry> tasks;
         Moment monotonic{};
         WallTime wall{};
+        std::string runningQueue;
     };
 
     std::shared_ptr<Schedule> m_schedule;

@@ -55,6 +55,16 @@ TEST_F(AnswerRouterTest, AnswersTheWaitingHook) {
     EXPECT_TRUE(runner.runs.isEmpty());
 }
 
+TEST_F(AnswerRouterTest, AnAnswerIsNoExpiry) {
+    bool isExpired = false;
+    router.park(
+        "r1", 45, [this](const QByteArray& body) { replies.append(body); }, [&] { isExpired = true; });
+    answers.answer({.sessionId = "s1", .requestId = "r1"}, AskChoice::decision(Decision::ask), {});
+    EXPECT_THAT(replies, ElementsAre(R"({"decision":"ask"})"));
+    dispatch.advance(1min);
+    EXPECT_FALSE(isExpired);
+}
+
 TEST_F(AnswerRouterTest, TypesTheDecisionWhenTheHookNoLongerWaits) {
     const AskEvent ask = parked();
     dispatch.advance(45s);

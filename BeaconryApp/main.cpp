@@ -7,6 +7,7 @@
 #include "BeaconryKit/interface/wayland/CompositorLoss.h"
 #include "BeaconryKit/interface/wayland/DisplayChoice.h"
 #include "BeaconryKit/platform/DescriptorLimit.h"
+#include "BeaconryKit/platform/LargeBlocks.h"
 #include "BeaconryKit/platform/WindowRaiser.h"
 #include "BeaconryKit/relay/NetworkTransport.h"
 #include "BeaconryKit/terminal/ProcessLauncher.h"
@@ -33,6 +34,7 @@ pelorin::Display findDisplay(bool platformWasChosenByUser) {
 
 int main(int argc, char** argv) {
     pelorin::surviveFailedWrites();
+    pelorin::giveLargeBlocksBack();
     QStringList arguments;
     for (int index = 0; index < argc; ++index)
         arguments << QString::fromLocal8Bit(argv[index]);

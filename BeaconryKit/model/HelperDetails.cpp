@@ -18,7 +18,12 @@ qint64 processId(const QJsonValue& value) {
 } // namespace
 
 std::optional<HelperDetails> HelperDetails::decode(QByteArrayView jsonData) {
-    const QJsonObject body = QJsonDocument::fromJson(jsonData.toByteArray()).object();
+    // Bodies can be large, and those of others need not be read a second time to see that.
+    if (!jsonData.contains("\"helper_version\""))
+        return std::nullopt;
+    // The document is parsed before the call returns, so the bytes need not be copied.
+    const QJsonObject body =
+        QJsonDocument::fromJson(QByteArray::fromRawData(jsonData.data(), jsonData.size())).object();
     HelperDetails details;
     details.version = body.value(QLatin1StringView("helper_version")).toInteger();
     if (details.version < 1)

@@ -83,8 +83,9 @@ void MainQueue::runBatch() {
         batch.swap(m_tasks);
         m_eventPosted = false;
     }
-    for (Task& task : batch)
-        task();
+    // What a task holds goes with it, and does not wait for the whole batch.
+    for (; !batch.empty(); batch.pop_front())
+        batch.front()();
 }
 
 } // namespace pelorin

@@ -121,6 +121,20 @@ TEST(SystemDispatch, RunsMainTasksOnTheMainThreadOnALaterTurn) {
     EXPECT_THAT(order, ElementsAre(1, 2, 3));
 }
 
+TEST(SystemDispatch, MainTasksAreLetGoOfOneByOne) {
+    const auto dispatch = makeSystemDispatch();
+    QEventLoop loop;
+    const auto held = std::make_shared<int>(0);
+    long holders = 0;
+    dispatch->mainQueue().async([held] {});
+    dispatch->mainQueue().async([&] {
+        holders = held.use_count();
+        loop.quit();
+    });
+    loop.exec();
+    EXPECT_EQ(holders, 1);
+}
+
 TEST(SystemDispatch, MainDeadlinesDoNotComeEarly) {
     const auto dispatch = makeSystemDispatch();
     QEventLoop loop;

@@ -66,20 +66,22 @@ std::string geminiPath(const SetupEnvironment& environment) {
 }
 
 HookPlan geminiPlan(const SetupEnvironment& environment, ToolQuestions questions) {
+    // Gemini's status line shows a hook's name while it runs, and without one the whole command.
+    const std::pair<std::string, std::string> name{"name", "\"Pelorin\""};
     // In milliseconds.
     const std::pair<std::string, std::string> shortly{"timeout", "10000"};
-    HookPlan plan{.entries = {{"SessionStart", adapterCommand(environment, "gemini register"), {}, {shortly}},
-                              {"SessionEnd", adapterCommand(environment, "gemini unregister"), {}, {shortly}},
-                              {"Notification", adapterCommand(environment, "gemini notify"), {}, {shortly}},
-                              {"BeforeAgent", adapterCommand(environment, "gemini clear"), {}, {shortly}},
-                              {"AfterTool", adapterCommand(environment, "gemini clear"), {}, {shortly}},
-                              {"AfterAgent", adapterCommand(environment, "gemini clear"), {}, {shortly}}},
+    HookPlan plan{.entries = {{"SessionStart", adapterCommand(environment, "gemini register"), {}, {name, shortly}},
+                              {"SessionEnd", adapterCommand(environment, "gemini unregister"), {}, {name, shortly}},
+                              {"Notification", adapterCommand(environment, "gemini notify"), {}, {name, shortly}},
+                              {"BeforeAgent", adapterCommand(environment, "gemini clear"), {}, {name, shortly}},
+                              {"AfterTool", adapterCommand(environment, "gemini clear"), {}, {name, shortly}},
+                              {"AfterAgent", adapterCommand(environment, "gemini clear"), {}, {name, shortly}}},
                   .hooksDirectory = environment.hooksDirectory};
     if (questions == ToolQuestions::on)
         plan.entries.push_back({std::string(geminiQuestionEvent),
                                 adapterCommand(environment, "gemini permission"),
                                 "^(run_shell_command|write_file|replace|web_fetch|mcp_.*)$",
-                                {{"timeout", "600000"}}});
+                                {name, {"timeout", "600000"}}});
     return plan;
 }
 

@@ -170,7 +170,7 @@ TEST_F(SetupProgram, InstallsTheHooksOfGemini) {
     EXPECT_THAT(done({"install", "gemini", "--hooks", hooks}),
                 AllOf(StartsWith("Gemini: installed in " + file.string() + ".\n"),
                       EndsWith("\nGemini's policies are left as they are.\n")));
-    const QJsonObject shortly{{"timeout", 10000}};
+    const QJsonObject shortly{{"name", "Pelorin"}, {"timeout", 10000}};
     const std::vector<WrittenHook> notices = {
         {"SessionStart", "gemini register", {}, shortly}, {"SessionEnd", "gemini unregister", {}, shortly},
         {"Notification", "gemini notify", {}, shortly},   {"BeforeAgent", "gemini clear", {}, shortly},
@@ -193,6 +193,7 @@ TEST_F(SetupProgram, KeepsTheQuestionsBeforeToolsThatWereOnceAskedFor) {
     const std::string text = textOf(file);
     const QJsonObject group = objectIn(file).value("hooks")["BeforeTool"][0].toObject();
     EXPECT_EQ(group["matcher"], "^(run_shell_command|write_file|replace|web_fetch|mcp_.*)$");
+    EXPECT_EQ(group["hooks"][0]["name"], "Pelorin");
     EXPECT_EQ(group["hooks"][0]["timeout"], 600000);
     EXPECT_TRUE(group["hooks"][0]["command"].toString().endsWith("\" gemini permission"));
     EXPECT_EQ(done({"status", "gemini", "--hooks", hooks}), "Gemini: installed in " + file.string() + ".\n");

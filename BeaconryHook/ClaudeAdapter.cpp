@@ -17,6 +17,42 @@ std::optional<std::string> questionText(const Payload& payload) {
     return text;
 }
 
+// The application knows what asks for an input by another name.
+void translate(std::string_view, Payload& payload, PayloadTexts&) {
+    if (jsonStringEquals(payload.notificationType, "elicitation_dialog"))
+        payload.notificationType = R"("elicitation")";
+}
+
+bool isGenericNotice(const Payload& payload) {
+    return jsonStringEquals(payload.notificationType, "permission_prompt") &&
+           decodedJsonString(payload.message).starts_with("Claude needs your permission");
+}
+
+std::string useText(std::string_view toolName, std::string_view toolInput) {
+    struct Wish {
+        std::string_view tool;
+        std::string_view text;
+        std::string_view member;
+    };
+    constexpr Wish wishes[] = {
+        {"Bash", "Claude wants to run: ", "command"},
+        {"Edit", "Claude wants to change: ", "file_path"},
+        {"Write", "Claude wants to change: ", "file_path"},
+        {"NotebookEdit", "Claude wants to change: ", "notebook_path"},
+        {"Read", "Claude wants to read: ", "file_path"},
+        {"WebFetch", "Claude wants to fetch: ", "url"},
+        {"WebSearch", "Claude wants to search: ", "query"},
+    };
+    for (const Wish& wish : wishes) {
+        if (!jsonStringEquals(toolName, wish.tool))
+            continue;
+        std::string text(wish.text);
+        appendOnOneLine(text, decodedJsonString(jsonMember(toolInput, wish.member)));
+        return text;
+    }
+    return "Claude wants to use: " + decodedJsonString(toolName);
+}
+
 std::string answer(Decision decision, const Payload& payload) {
     constexpr std::string_view head =
         R"({"hookSpecificOutput":{"hookEventName":"PermissionRequest","decision":{"behavior":)";
@@ -45,7 +81,14 @@ std::string answer(Decision decision, const Payload& payload) {
 
 } // namespace
 
-constexpr CliAdapter claudeAdapter{
-    .source = "claude", .answer = answer, .processVariable = "CLAUDE_PID", .questionText = questionText};
+constexpr CliAdapter claudeAdapter{.source = "claude",
+                                   .answer = answer,
+                                   .processVariable = "CLAUDE_PID",
+                                   .translate = translate,
+                                   .questionText = questionText,
+                                   .isGenericNotice = isGenericNotice,
+                                   .useText = useText,
+                                   .dialogVariable = "CLAUDE_CODE_ENTRYPOINT",
+                                   .dialogValue = "cli"};
 
 } // namespace pelorin::hook

@@ -38,6 +38,23 @@ struct CliAdapter {
     /// The text of the notice that stands in for a permission request which can't be answered by allowing or denying,
     /// because it asks for something else. Nothing for a real request. Null where the CLI has no such requests.
     std::optional<std::string> (*questionText)(const Payload& payload) = nullptr;
+
+    /// Whether a notice says only that something is asked, and not what. Null where none does.
+    bool (*isGenericNotice)(const Payload& payload) = nullptr;
+
+    /// What is asked when the CLI asks for this use of a tool; the name and the input are JSON texts. Null where the
+    /// session's record is none that `ToolUses` reads.
+    std::string (*useText)(std::string_view toolName, std::string_view toolInput) = nullptr;
+
+    /// Whether the CLI has somebody else than the user decide, by the last lines of the session's record. Null where it
+    /// always asks the user.
+    bool (*asksNobody)(std::string_view lines) = nullptr;
+
+    /// The environment variable, and the value in it, by which the CLI tells that it shows a dialog of its own in a
+    /// terminal while a hook waits, and leaves it there when the hook says nothing. Null where that is never so, or
+    /// cannot be known.
+    const char* dialogVariable = nullptr;
+    std::string_view dialogValue = {};
 };
 
 /// The adapter of the CLI with this name. Without one its hooks can tell things, but not ask for permission.

@@ -46,6 +46,28 @@ void translate(std::string_view, Payload& payload, PayloadTexts& texts) {
     payload.toolInput = texts.toolInput;
 }
 
+// With a reviewer of its own, Codex runs the hook, and then has a model decide instead of asking. Only the session's
+// record tells: a line for each turn, and one for each change of the settings.
+bool asksNobody(std::string_view lines) {
+    std::string_view reviewer;
+    while (!lines.empty()) {
+        const std::string_view line = lines.substr(0, lines.find('\n'));
+        lines.remove_prefix(line.size() == lines.size() ? line.size() : line.size() + 1);
+        if (line.find(R"("approvals_reviewer")") == std::string_view::npos)
+            continue;
+        const std::string_view payload = jsonMember(line, "payload");
+        const std::string_view type = jsonMember(line, "type");
+        std::string_view told;
+        if (jsonStringEquals(type, "turn_context"))
+            told = jsonMember(payload, "approvals_reviewer");
+        else if (jsonStringEquals(type, "event_msg"))
+            told = jsonMember(jsonMember(payload, "thread_settings"), "approvals_reviewer");
+        if (!told.empty())
+            reviewer = told;
+    }
+    return reviewer.starts_with('"') && !jsonStringEquals(reviewer, "user");
+}
+
 // Codex refuses an answer with any further member.
 std::string answer(Decision decision, const Payload&) {
     switch (decision) {
@@ -65,6 +87,7 @@ std::string answer(Decision decision, const Payload&) {
 constexpr CliAdapter codexAdapter{.source = "codex",
                                   .answer = answer,
                                   .environment = CliAdapter::Environment::maybeOfAServer,
-                                  .translate = translate};
+                                  .translate = translate,
+                                  .asksNobody = asksNobody};
 
 } // namespace pelorin::hook

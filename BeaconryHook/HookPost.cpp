@@ -64,7 +64,8 @@ std::optional<HookPost> planPost(const HookCall& call, const CliAdapter* adapter
     if (call.command != Command::permission) {
         return post(call.command, payload, HookPost::Reply::ignored, [&](const Payload& told) {
             BodyComposer body(told, environment);
-            if (call.command == Command::registerSession)
+            // Our own application lists a session that it has missed with whatever comes of it.
+            if (call.command == Command::registerSession || environment.helperProcess > 0)
                 body.addSessionStart(start);
             return body.take();
         });
@@ -77,6 +78,8 @@ std::optional<HookPost> planPost(const HookCall& call, const CliAdapter* adapter
     return post(call.command, payload, HookPost::Reply::awaited, [&](const Payload& asked) {
         BodyComposer body(asked, environment);
         body.addRequestId(requestId);
+        if (environment.helperProcess > 0)
+            body.addSessionStart(start);
         return body.take();
     });
 }

@@ -24,6 +24,7 @@ constexpr MemberEntry forwardedMembers[] = {
 constexpr MemberEntry otherMembers[] = {
     {"agent_id", &Payload::agentId},
     {"hook_event_name", &Payload::eventName},
+    {"transcript_path", &Payload::transcriptPath},
 };
 
 template <std::size_t count>

@@ -20,6 +20,7 @@ struct Payload {
     // These are not for the application.
     std::string_view agentId;
     std::string_view eventName;
+    std::string_view transcriptPath;
 };
 
 /// Texts that a payload points to and that no CLI has composed.

@@ -123,12 +123,15 @@ Decision ServiceConnection::awaitDecision(int answerDescriptor, const Deadline& 
     std::optional<ServiceConnection> status;
     auto patience = Deadline::afterMilliseconds(silence);
     for (;;) {
+        if (m_watch && m_watch->isAnswered())
+            return Decision::ask;
         // Nothing is asked of the answer's descriptor; that its reader has gone is reported all the same.
         pollfd readiness[] = {{m_socket.number(), POLLIN, 0},
                               {answerDescriptor, 0, 0},
-                              {status ? status->m_socket.number() : -1, POLLIN, 0}};
+                              {status ? status->m_socket.number() : -1, POLLIN, 0},
+                              {m_watch ? m_watch->changes() : -1, POLLIN, 0}};
         const int ready =
-            poll(readiness, 3, std::min(deadline.remainingMilliseconds(), patience.remainingMilliseconds()));
+            poll(readiness, 4, std::min(deadline.remainingMilliseconds(), patience.remainingMilliseconds()));
         if (ready < 0 && errno == EINTR)
             continue;
         const bool isOver = ready == 0 && deadline.remainingMilliseconds() == 0;

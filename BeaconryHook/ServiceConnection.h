@@ -2,6 +2,7 @@
 
 #include "BeaconryBase/FileDescriptor.h"
 #include "BeaconryHook/Deadline.h"
+#include "BeaconryHook/DialogWatch.h"
 #include "BeaconryHook/HttpExchange.h"
 
 #include <cstdint>
@@ -34,6 +35,10 @@ public:
     /// system can tell the application whose the connection is.
     void awaitReply(const Deadline& deadline);
 
+    /// Lets a wait for a decision end with `ask`, too, as soon as the watch finds the request answered. It must outlive
+    /// the wait.
+    void stopWhenAnswered(DialogWatch& watch) { m_watch = &watch; }
+
     /// Waits for the reply. Gives `ask` at the deadline, when the connection ends without a decision, and when whoever
     /// reads the answer at the other end of `answerDescriptor` has gone. After each `silence` it asks for the
     /// application's status on a second connection, and gives `ask` when as long after that there is no answer either.
@@ -46,6 +51,7 @@ private:
 
     FileDescriptor m_socket;
     std::uint16_t m_port;
+    DialogWatch* m_watch = nullptr;
 };
 
 } // namespace pelorin::hook

@@ -19,7 +19,24 @@ constexpr EndingEntry endings[] = {
     {"stop", Ending::ownCalls},
 };
 
-/// The value without white space between its parts, and with every text escaped in the same way.
+} // namespace
+
+std::string ToolCall::key() const {
+    std::string whole;
+    for (const std::string* part : {&session, &agent, &tool, &inputDigest}) {
+        appendJsonString(whole, *part);
+        whole += ' ';
+    }
+    return sha256(whole);
+}
+
+ToolCall toolCallOf(const Payload& payload) {
+    return {.session = decodedJsonString(payload.sessionId),
+            .agent = decodedJsonString(payload.agentId),
+            .tool = decodedJsonString(payload.toolName),
+            .inputDigest = sha256(plainForm(payload.toolInput))};
+}
+
 std::string plainForm(std::string_view value) {
     std::string plain;
     while (!value.empty()) {
@@ -37,24 +54,6 @@ std::string plainForm(std::string_view value) {
         value.remove_prefix(1);
     }
     return plain;
-}
-
-} // namespace
-
-std::string ToolCall::key() const {
-    std::string whole;
-    for (const std::string* part : {&session, &agent, &tool, &inputDigest}) {
-        appendJsonString(whole, *part);
-        whole += ' ';
-    }
-    return sha256(whole);
-}
-
-ToolCall toolCallOf(const Payload& payload) {
-    return {.session = decodedJsonString(payload.sessionId),
-            .agent = decodedJsonString(payload.agentId),
-            .tool = decodedJsonString(payload.toolName),
-            .inputDigest = sha256(plainForm(payload.toolInput))};
 }
 
 Ending endingOf(Command command, const Payload& payload) {

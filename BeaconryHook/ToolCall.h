@@ -25,6 +25,9 @@ struct ToolCall {
 /// The use of a tool that a payload tells of. How the input is spaced, and how its texts are escaped, does not matter.
 ToolCall toolCallOf(const Payload& payload);
 
+/// The value without white space between its parts, and with every text escaped in the same way.
+std::string plainForm(std::string_view value);
+
 /// Which of a session's waiting permission requests an event shows to have been answered elsewhere.
 enum class Ending {
     none,

@@ -93,6 +93,54 @@ AskEvent askOf(const std::string& source, Command command, std::string_view payl
     return ask.value_or(AskEvent());
 }
 
+TEST(ClaudeAdapter, CallsADialogOfAServerByTheWordThatTheApplicationKnows) {
+    const std::string payload = capturedPayload("claude/tui/Notification.elicitation_dialog.json");
+    PayloadTexts texts;
+    EXPECT_EQ(readPayload(payload, adapterFor("claude"), texts).notificationType, R"("elicitation")");
+}
+
+TEST(ClaudeAdapter, KnowsTheNoticeThatSaysNothing) {
+    const auto isGeneric = [](const char* name) {
+        const std::string payload = capturedPayload(name);
+        return adapterFor("claude")->isGenericNotice(readPayload(payload));
+    };
+    EXPECT_TRUE(isGeneric("claude/tui/Notification.permission_prompt.json"));
+    EXPECT_FALSE(isGeneric("claude/tui/Notification.agent_needs_input.json"));
+    EXPECT_FALSE(isGeneric("claude/tui/Notification.idle_prompt.json"));
+}
+
+TEST(ClaudeAdapter, TellsWhatAUseOfAToolAsks) {
+    const std::tuple<const char*, const char*, const char*> table[] = {
+        {R"("Bash")", R"({"command":"a\n b"})", "Claude wants to run: a b"},
+        {R"("Edit")", R"({"file_path":"/x"})", "Claude wants to change: /x"},
+        {R"("NotebookEdit")", R"({"notebook_path":"/n"})", "Claude wants to change: /n"},
+        {R"("Read")", R"({"file_path":"/x"})", "Claude wants to read: /x"},
+        {R"("WebFetch")", R"({"url":"https://x.test"})", "Claude wants to fetch: https://x.test"},
+        {R"("WebSearch")", R"({"query":"q"})", "Claude wants to search: q"},
+        {R"("mcp__lab__ping")", "{}", "Claude wants to use: mcp__lab__ping"},
+    };
+    for (const auto& [name, input, text] : table)
+        EXPECT_EQ(adapterFor("claude")->useText(name, input), text);
+}
+
+TEST(CodexAdapter, AsksNobodyWithAReviewerOfItsOwn) {
+    const std::string turn = R"({"type":"turn_context","payload":{"approvals_reviewer":)";
+    const std::string settings = R"({"type":"event_msg","payload":{"thread_settings":{"approvals_reviewer":)";
+    const std::pair<std::string, bool> table[] = {
+        {"", false},
+        {turn + R"("auto_review"}})", true},
+        {turn + R"("user"}})", false},
+        {turn + "null}}", false},
+        {turn + R"("user"}})" + "\n" + settings + R"("auto_review"}}})", true},
+        {turn + R"("auto_review"}})" + "\n" + settings + R"("user"}}})" + "\n", false},
+        {R"({"type":"response_item","payload":{"approvals_reviewer":"auto_review"}})", false},
+        {R"({"type":"event_msg","payload":{"text":"\"approvals_reviewer\":\"auto_review\""}})", false},
+        {R"("approvals_reviewer":"auto_review")", false},
+    };
+    for (const auto& [lines, expected] : table)
+        EXPECT_EQ(adapterFor("codex")->asksNobody(lines), expected) << lines;
+}
+
 TEST(CliAdapters, AreThoseOfFiveClis) {
     for (const char* source : {"claude", "codex", "gemini", "opencode", "cursor"}) {
         const CliAdapter* adapter = adapterFor(source);

@@ -174,6 +174,17 @@ TEST(PlanPost, NamesAndOptsInSessionsOnlyWhenTheyBegin) {
     EXPECT_EQ(later->body, R"({"session_id":"s","source":"claude"})");
 }
 
+TEST(PlanPost, NamesThemWithEveryPostOfOurHelper) {
+    const SessionStart start{.label = "api", .isOptedIn = true};
+    for (const Command command : {Command::notify, Command::clear, Command::permission}) {
+        const auto post =
+            plan({.command = command}, R"({"session_id":"s"})", {.source = "claude", .helperProcess = 7}, start);
+        ASSERT_TRUE(post);
+        EXPECT_EQ(parsed(post->body).value("label"), "api");
+        EXPECT_EQ(parsed(post->body).value("opt_in"), true);
+    }
+}
+
 TEST(PlanPost, EscapesWhateverTheEnvironmentHolds) {
     std::string everyByte;
     for (int byte = 1; byte < 256; ++byte)

@@ -7,7 +7,7 @@ namespace {
 
 TEST(DisplayText, LeavesOrdinaryTextAlone) {
     const QString text =
-        QStringLiteral("Bash: echo 'héllo — שלום' | tee 👩‍👩‍👧 \u200E\u00A0.txt\nsecond line");
+        QStringLiteral("Bash: echo 'héllo — שלום' | tee 👩‍👩‍👧 \u00A0.txt\nsecond line");
     EXPECT_EQ(displayText(text, 1000), text);
     EXPECT_EQ(displayText({}, 10), QString());
 }
@@ -25,6 +25,24 @@ TEST(DisplayText, ShowsControlsAsTheirPictures) {
               QStringLiteral("a\u241B[2Kb\u2407\u2421\u240Dc"));
     EXPECT_EQ(displayText(QString(QChar(0)), 100), QStringLiteral("\u2400"));
     EXPECT_EQ(displayText(QString(QChar(0x9B)), 100), QStringLiteral("[U+009B]"));
+}
+
+TEST(DisplayText, ShowsCharactersThatAreNotSeen) {
+    for (const char32_t character : {0xADU, 0x34FU, 0x61CU, 0x115FU, 0x180EU, 0x200BU, 0x200EU, 0x200FU, 0x2060U,
+                                     0x2064U, 0x206FU, 0x3164U, 0xFEFFU, 0xFFA0U, 0xE0001U, 0xE0041U, 0xE007FU}) {
+        const QString number = QString::number(character, 16).toUpper().rightJustified(4, u'0');
+        const QString hidden = QStringView(QChar::fromUcs4(character)).toString();
+        EXPECT_EQ(displayText(QStringLiteral("rm") + hidden + QStringLiteral(" -rf"), 100),
+                  QStringLiteral("rm[U+%1] -rf").arg(number));
+        EXPECT_EQ(displayText(hidden, 100), QStringLiteral("[U+%1]").arg(number));
+    }
+}
+
+TEST(DisplayText, ShowsJoinersOnlyWhereTheyJoinNothing) {
+    EXPECT_EQ(displayText(QStringLiteral("r\u200Dm \u200Cx a\uFE0Fb"), 100),
+              QStringLiteral("r[U+200D]m [U+200C]x a[U+FE0F]b"));
+    const QString meaningful = QStringLiteral("می\u200Cخواهم 👩\u200D👩\u200D👧 1\uFE0F\u20E3 ❤\uFE0F");
+    EXPECT_EQ(displayText(meaningful, 100), meaningful);
 }
 
 TEST(DisplayText, MakesBlanksOfTabsAndForeignLineBreaks) {

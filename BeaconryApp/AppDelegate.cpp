@@ -4,12 +4,15 @@
 #include "BeaconryBase/SocketOwner.h"
 
 #include "BeaconryKit/interface/InterfaceEngine.h"
+#include "BeaconryKit/interface/asks/DisplayText.h"
 
 #include <QCoreApplication>
 
 namespace pelorin {
 
 namespace {
+
+constexpr qsizetype longestName = 80;
 
 /// What helps a user whose port somebody else has.
 QString whoListensOn(quint16 port) {
@@ -80,6 +83,21 @@ void AppDelegate::makeWindows() {
                      .relay = m_relay.client(),
                      .provisioner = m_relay.provisioner()},
         onAction, [this](const SessionInfo& session) { m_answering.show(session); }, engine);
+    m_panelController->setEndOfWait([this](const QString& askId) { return m_requestDetails.endOfWait(askId); });
+    m_managerController->setEndOfWait([this](const QString& askId) { return m_requestDetails.endOfWait(askId); });
+    m_managerController->keepClearOf([this] { return m_panelController->shownFrame(); });
+    connect(&m_answering, &AskAnswering::terminalNotShown, this, &AppDelegate::sayThatNothingIsShown);
+}
+
+void AppDelegate::sayThatNothingIsShown(const QString& sessionId) {
+    const auto session = m_registry.session(sessionId);
+    const QString name = displayText(session ? session->displayName() : QString(), longestName, LineBreaks::join);
+    const QString line = name.isEmpty()
+                             ? QStringLiteral("That session's terminal could not be brought forward.")
+                             : QStringLiteral("The terminal of “%1” could not be brought forward.").arg(name);
+    // Where the user is.
+    if (!m_managerController->announce(line))
+        m_panelController->announce(line);
 }
 
 void AppDelegate::setUpStatusItem() {

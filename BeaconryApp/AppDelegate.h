@@ -74,6 +74,7 @@ public:
 
 private:
     void makeWindows();
+    void sayThatNothingIsShown(const QString& sessionId);
     [[nodiscard]] std::optional<Alert> startServer(quint16 port);
     void setUpStatusItem();
     void settingsChanged();

@@ -1,4 +1,6 @@
-#include "BeaconryKit/interface/asks/Countdown.h"
+#include "tests/interface/SampleAsks.h"
+
+#include "BeaconryKit/interface/asks/CountdownClock.h"
 
 #include <gtest/gtest.h>
 
@@ -57,6 +59,32 @@ INSTANTIATE_TEST_SUITE_P(
         Case{45, 45'000ms, over}, Case{45, 45'001ms, over}, Case{45, 24h, over}, Case{1, 1000ms, over},
         // The clock was set back.
         Case{45, -10'000ms, running(QStringLiteral("55s left"))}));
+
+TEST(CountdownLabelOfItsOwnEnd, CountsDownToThatAndNotByTheGeneralWait) {
+    const WallTime arrival{100s};
+    AskEvent ask = permissionAsk(QStringLiteral("a"), arrival);
+    CountdownClock clock{.waitSeconds = 300, .now = arrival + 10s};
+    EXPECT_EQ(clock.label(ask).text, QStringLiteral("290s left"));
+    EXPECT_TRUE(clock.takesDecision(ask));
+    clock.endOfWait = [&](const QString& id) {
+        return id == ask.id() ? std::optional(arrival + 45s) : std::nullopt;
+    };
+    EXPECT_EQ(clock.label(ask), (Countdown{Countdown::Phase::running, QStringLiteral("35s left")}));
+    clock.now = arrival + 44s + 1ms;
+    EXPECT_EQ(clock.label(ask), (Countdown{Countdown::Phase::urgent, QStringLiteral("1s left")}));
+    EXPECT_TRUE(clock.takesDecision(ask));
+    clock.now = arrival + 45s;
+    EXPECT_EQ(clock.label(ask), (Countdown{Countdown::Phase::over, QStringLiteral("→ terminal")}));
+    EXPECT_FALSE(clock.takesDecision(ask));
+    EXPECT_FALSE(clock.isRunning(ask));
+    // One that nobody knows the end of goes by the general wait, and stays open.
+    AskEvent other = permissionAsk(QStringLiteral("b"), arrival);
+    EXPECT_EQ(clock.label(other).text, QStringLiteral("255s left"));
+    clock.waitSeconds = 5;
+    EXPECT_EQ(clock.label(other).phase, Countdown::Phase::over);
+    EXPECT_TRUE(clock.takesDecision(other));
+    EXPECT_FALSE(clock.takesDecision(noticeAsk(QStringLiteral("c"))));
+}
 
 } // namespace
 } // namespace pelorin

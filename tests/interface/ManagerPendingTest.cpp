@@ -102,6 +102,55 @@ TEST_F(ManagerPendingTest, ReportsWhatIsPressedByKey) {
     expectReport(a, AskAction::deny());
 }
 
+TEST_F(ManagerPendingTest, TheKeyboardGoesToTheNextRowAfterAnAnswer) {
+    put({permissionAsk(a), permissionAsk(b), noticeAsk(QStringLiteral("c"))});
+    const auto hasKeyboard = [&](const QString& name, int nth = 0) {
+        return eventually([&] { return control(name, nth)->hasActiveFocus(); });
+    };
+    control(QStringLiteral("Deny"))->forceActiveFocus(Qt::TabFocusReason);
+    store.remove(a);
+    settle();
+    EXPECT_TRUE(hasKeyboard(QStringLiteral("Deny")));
+    // The row has only just come there.
+    key(Qt::Key_Return);
+    EXPECT_TRUE(reports.empty());
+    store.remove(b);
+    settle();
+    // A notice can't be denied: its first control has the keyboard.
+    EXPECT_TRUE(hasKeyboard(QStringLiteral("Open")));
+    store.upsert(permissionAsk(a));
+    settle();
+    EXPECT_TRUE(hasKeyboard(QStringLiteral("Open")));
+    // From the last row to the one before.
+    control(QStringLiteral("Dismiss"), 1)->forceActiveFocus(Qt::TabFocusReason);
+    store.remove(visible("PendingRow").last()->property("askId").toString());
+    settle();
+    EXPECT_TRUE(hasKeyboard(QStringLiteral("Dismiss")));
+}
+
+TEST_F(ManagerPendingTest, ARowThatGoesElsewhereLeavesTheKeyboardAlone) {
+    put({permissionAsk(a), permissionAsk(b)});
+    QQuickItem* const button = control(QStringLiteral("Allow"), 1);
+    button->forceActiveFocus(Qt::TabFocusReason);
+    store.remove(a);
+    settle();
+    EXPECT_TRUE(button->hasActiveFocus());
+}
+
+TEST_F(ManagerPendingTest, ARowThatHasJustComeTakesNoKey) {
+    put({permissionAsk(a)});
+    control(QStringLiteral("Allow"))->forceActiveFocus(Qt::TabFocusReason);
+    AskEvent other = permissionAsk(a);
+    other.actionSummary = QStringLiteral("rm -rf build");
+    store.upsert(other);
+    settle();
+    key(Qt::Key_Space);
+    EXPECT_TRUE(reports.empty());
+    dispatch.advance(AskListController::settleTime);
+    key(Qt::Key_Space);
+    expectReport(a, AskAction::allow());
+}
+
 TEST_F(ManagerPendingTest, FoldsTheTerminalsLinesInAndOut) {
     AskEvent ask = noticeAsk(a);
     put({ask});

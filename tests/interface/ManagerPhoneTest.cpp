@@ -2,6 +2,9 @@
 
 #include "BeaconryKit/sessions/RelayDefaults.h"
 
+#include <QAccessible>
+#include <QClipboard>
+#include <QGuiApplication>
 #include <QImage>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -98,7 +101,31 @@ TEST_F(ManagerPhoneTest, ShowsTheLinkAsACodeThatAScannerReads) {
     QQuickItem* const code = visible("pelorin::QRCodeItem").first();
     EXPECT_EQ(code->size(), QSizeF(176, 176));
     EXPECT_EQ(scanned(window().grabWindow()), QStringList(link));
-    EXPECT_EQ(control(QStringLiteral("Setup link"))->property("text"), link);
+}
+
+TEST_F(ManagerPhoneTest, ShowsNoTokenAndCopiesIt) {
+    showConfigured();
+    EXPECT_EQ(control(QStringLiteral("Setup link"))->property("text"),
+              RelayDefaults::url() + QStringLiteral("/?t=••••••••"));
+    QQuickItem* const field = itemsOfType(control(QStringLiteral("Token")), "QQuickTextInput").first();
+    EXPECT_EQ(field->property("displayText").toString().size(), token.size());
+    for (QQuickItem* item : itemsOfType(window().contentItem(), "QQuickItem")) {
+        for (const char* shown : {"text", "displayText"}) {
+            if (item != field && item->parentItem() != control(QStringLiteral("Token"))) {
+                EXPECT_FALSE(item->property(shown).toString().contains(token) &&
+                             QByteArray(item->metaObject()->className()).startsWith("QQuickText"))
+                    << item->metaObject()->className();
+            }
+        }
+        if (QAccessibleInterface* const accessible = QAccessible::queryAccessibleInterface(item)) {
+            for (const auto kind : {QAccessible::Name, QAccessible::Description})
+                EXPECT_FALSE(accessible->text(kind).contains(token)) << item->metaObject()->className();
+        }
+    }
+    click(QStringLiteral("Copy"));
+    EXPECT_EQ(QGuiApplication::clipboard()->text(), token);
+    click(QStringLiteral("Copy link"));
+    EXPECT_EQ(QGuiApplication::clipboard()->text(), RelayDefaults::url() + QStringLiteral("/?t=") + token);
 }
 
 TEST_F(ManagerPhoneTest, DrawsTheCodeInWholePixels) {
@@ -167,6 +194,21 @@ TEST_F(ManagerPhoneTest, ATokenThatIsBeingTypedWinsOverOneThatComesMeanwhile) {
     EXPECT_EQ(settings.relayToken(), QStringLiteral("mine"));
 }
 
+TEST_F(ManagerPhoneTest, EscapeBringsBackTheTokenThatIsInUse) {
+    showConfigured();
+    click(QStringLiteral("Token"));
+    retype(QStringLiteral("half"));
+    key(Qt::Key_Escape);
+    EXPECT_EQ(control(QStringLiteral("Token"))->property("text"), token);
+    retype(QStringLiteral("half"));
+    settings.setRelayToken(QStringLiteral("fresh"));
+    settle();
+    key(Qt::Key_Escape);
+    EXPECT_EQ(control(QStringLiteral("Token"))->property("text"), QStringLiteral("fresh"));
+    key(Qt::Key_Tab);
+    EXPECT_EQ(settings.relayToken(), QStringLiteral("fresh"));
+}
+
 TEST_F(ManagerPhoneTest, RegeneratesTheToken) {
     showConfigured();
     answer(QStringLiteral("/devices"), onePhone);
@@ -195,7 +237,11 @@ TEST_F(ManagerPhoneTest, KeepsTheTokenWhenNoneComesOrAnotherWasTyped) {
     transport.sent.takeFirst().fail();
     settle();
     EXPECT_EQ(settings.relayToken(), token);
+    const QString noToken = QStringLiteral("The relay gave no fresh token. The one above stays as it is.");
+    EXPECT_TRUE(says(noToken));
     facade().phone()->regenerateToken();
+    settle();
+    EXPECT_FALSE(says(noToken));
     settings.setRelayToken(QStringLiteral("typed"));
     answer(QStringLiteral("/provision"), R"({"token": "fresh"})");
     EXPECT_EQ(settings.relayToken(), QStringLiteral("typed"));

@@ -3,6 +3,7 @@
 #include "BeaconryKit/interface/manager/SessionListModel.h"
 
 #include <QAbstractItemModelTester>
+#include <QAccessible>
 #include <QSignalSpy>
 
 #include <algorithm>
@@ -106,13 +107,40 @@ TEST_F(ManagerSessionsTest, ChoosesAPolicyByKeys) {
     ASSERT_NE(bar, nullptr);
     bar->forceActiveFocus(Qt::TabFocusReason);
     key(Qt::Key_Right);
+    EXPECT_EQ(registry.policy(a), AutoDecision::wait);
+    // What approves everything is not chosen on the way.
     key(Qt::Key_Right);
+    EXPECT_EQ(registry.policy(a), AutoDecision::wait);
+    key(Qt::Key_Right);
+    EXPECT_EQ(registry.policy(a), AutoDecision::deny);
+    key(Qt::Key_Left);
+    EXPECT_EQ(registry.policy(a), AutoDecision::deny);
+    key(Qt::Key_Space);
     EXPECT_EQ(registry.policy(a), AutoDecision::allow);
     key(Qt::Key_Left);
     EXPECT_EQ(registry.policy(a), AutoDecision::wait);
     key(Qt::Key_Left);
     key(Qt::Key_Left);
     EXPECT_EQ(registry.policy(a), std::nullopt);
+}
+
+TEST_F(ManagerSessionsTest, ForgetsWhatWasOnlyPointedAt) {
+    put({session(a)});
+    registry.setPolicy(AutoDecision::wait, a);
+    settle();
+    QQuickItem* const bar = control(QStringLiteral("Auto-decision for this session's permission requests"));
+    ASSERT_NE(bar, nullptr);
+    bar->forceActiveFocus(Qt::TabFocusReason);
+    key(Qt::Key_Right);
+    EXPECT_EQ(QAccessible::queryAccessibleInterface(bar)->text(QAccessible::Description),
+              QStringLiteral("Auto-allow: Space chooses it"));
+    key(Qt::Key_Tab);
+    key(Qt::Key_Backtab);
+    EXPECT_TRUE(bar->hasActiveFocus());
+    EXPECT_EQ(QAccessible::queryAccessibleInterface(bar)->text(QAccessible::Description),
+              QStringLiteral("Wait for me"));
+    key(Qt::Key_Return);
+    EXPECT_EQ(registry.policy(a), AutoDecision::wait);
 }
 
 TEST_F(ManagerSessionsTest, FollowsTheRegistry) {

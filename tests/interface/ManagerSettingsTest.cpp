@@ -217,6 +217,76 @@ TEST_F(ManagerSettingsTest, ChoosesTheDefaultPolicy) {
     EXPECT_EQ(settings.defaultPolicy(), AutoDecision::wait);
 }
 
+TEST_F(ManagerSettingsTest, AnArrowKeyAllowsNothingByItself) {
+    show(settingsTab);
+    control(QStringLiteral("Default permission handling"))->forceActiveFocus(Qt::TabFocusReason);
+    key(Qt::Key_Right);
+    EXPECT_EQ(settings.defaultPolicy(), AutoDecision::wait);
+    EXPECT_FALSE(hasControl(QStringLiteral("Undo")));
+    key(Qt::Key_Return);
+    EXPECT_EQ(settings.defaultPolicy(), AutoDecision::allow);
+}
+
+TEST_F(ManagerSettingsTest, TakesBackThatEverythingIsAllowed) {
+    settings.setDefaultPolicy(AutoDecision::deny);
+    show(settingsTab);
+    EXPECT_FALSE(hasControl(QStringLiteral("Undo")));
+    click(QStringLiteral("Auto-allow"));
+    click(QStringLiteral("Auto-allow"));
+    click(QStringLiteral("Undo"));
+    EXPECT_EQ(settings.defaultPolicy(), AutoDecision::deny);
+    EXPECT_FALSE(hasControl(QStringLiteral("Undo")));
+    // What was chosen elsewhere, or in another run, is followed by asking.
+    settings.setDefaultPolicy(AutoDecision::allow);
+    settle();
+    ManagerWindowController other(
+        parts(), [](const AskEvent&, const AskAction&) {}, [](const SessionInfo&) {});
+    other.show();
+    other.facade()->settings()->undoAutoAllow();
+    EXPECT_EQ(settings.defaultPolicy(), AutoDecision::wait);
+}
+
+TEST_F(ManagerSettingsTest, EscapeBringsBackWhatStoodInAField) {
+    settings.setAskKeywords(QStringLiteral("really"));
+    show(settingsTab);
+    click(QStringLiteral("Ask keywords"));
+    retype(QStringLiteral("half"));
+    key(Qt::Key_Escape);
+    EXPECT_TRUE(window().isVisible());
+    EXPECT_EQ(settings.askKeywords(), QStringLiteral("really"));
+    EXPECT_EQ(control(QStringLiteral("Ask keywords"))->property("text"), QStringLiteral("really"));
+    // What is finished is not half an edit.
+    retype(QStringLiteral("surely"));
+    key(Qt::Key_Return);
+    key(Qt::Key_Escape);
+    EXPECT_FALSE(window().isVisible());
+    EXPECT_EQ(settings.askKeywords(), QStringLiteral("surely"));
+    show(settingsTab);
+    click(waitName);
+    retype(QStringLiteral("60"));
+    key(Qt::Key_Escape);
+    EXPECT_TRUE(window().isVisible());
+    EXPECT_TRUE(isAt(waitName, QStringLiteral("45")));
+    // There is nothing to bring back any more.
+    key(Qt::Key_Escape);
+    EXPECT_FALSE(window().isVisible());
+    EXPECT_EQ(settings.decisionWaitSeconds(), 45);
+}
+
+TEST_F(ManagerSettingsTest, TheKeyboardGoesBackToWhereItWasBeforeTheQuestion) {
+    show(settingsTab);
+    QQuickItem* const button = control(QStringLiteral("Uninstall"));
+    button->forceActiveFocus(Qt::TabFocusReason);
+    key(Qt::Key_Return);
+    EXPECT_TRUE(control(QStringLiteral("Cancel"))->hasActiveFocus());
+    key(Qt::Key_Escape);
+    EXPECT_TRUE(button->hasActiveFocus());
+    key(Qt::Key_Return);
+    key(Qt::Key_Return);
+    EXPECT_FALSE(says(question));
+    EXPECT_TRUE(button->hasActiveFocus());
+}
+
 TEST_F(ManagerSettingsTest, ShowsNumbersOutOfBoundsCorrected) {
     show(settingsTab);
     EXPECT_TRUE(isAt(waitName, QStringLiteral("45")));

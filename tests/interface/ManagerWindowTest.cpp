@@ -1,5 +1,7 @@
 #include "tests/interface/ManagerFixture.h"
 
+#include "BeaconryKit/interface/manager/WindowPlace.h"
+
 #include <QAccessible>
 #include <QGuiApplication>
 #include <QPalette>
@@ -221,6 +223,61 @@ TEST_F(ManagerWindowTest, NoLetterReachesTwoControlsOfATab) {
         }
         EXPECT_GE(letters.size(), 4);
         EXPECT_EQ(letters.removeDuplicates(), 0) << tab;
+    }
+}
+
+TEST_F(ManagerWindowTest, OpensWhereThePanelDoesNotCoverIt) {
+    QRect taken;
+    controller.keepClearOf([&] { return taken; });
+    show(pendingTab);
+    const QRect screen = window().screen()->availableGeometry();
+    // Something else is taken: the window stays where it is.
+    const QRect before = window().geometry();
+    taken = QRect(screen.right() - 20, screen.bottom() - 20, 10, 10);
+    controller.show();
+    EXPECT_EQ(window().geometry(), before);
+    taken = QRect(screen.left(), screen.top(), screen.width(), 60);
+    controller.show();
+    EXPECT_FALSE(window().frameGeometry().intersects(taken));
+    EXPECT_TRUE(screen.contains(window().frameGeometry()));
+}
+
+TEST_F(ManagerWindowTest, SaysALineForSomeSeconds) {
+    EXPECT_FALSE(controller.announce(QStringLiteral("too early")));
+    show(pendingTab);
+    EXPECT_FALSE(says(QStringLiteral("too early")));
+    EXPECT_TRUE(controller.announce(QStringLiteral("The terminal is gone.")));
+    settle();
+    EXPECT_TRUE(says(QStringLiteral("The terminal is gone.")));
+    dispatch.advance(ManagerWindowController::announcementTime);
+    settle();
+    EXPECT_FALSE(says(QStringLiteral("The terminal is gone.")));
+}
+
+TEST(WindowPlace, IsNeverUnderWhatIsTakenWhileThereIsRoom) {
+    const QRect screen(0, 0, 1920, 1080);
+    const QSize wanted(900, 800);
+    const QSize smallest(560, 420);
+    const auto place = [&](const QRect& taken) {
+        return windowPlace({.wanted = wanted, .smallest = smallest, .available = screen, .taken = taken});
+    };
+    EXPECT_EQ(place({}), QRect(510, 140, 900, 800));
+    // Below, beside, below and smaller, beside and smaller.
+    EXPECT_EQ(place({730, 0, 460, 200}), QRect(510, 240, 900, 800));
+    EXPECT_EQ(place({0, 0, 700, 500}), QRect(860, 140, 900, 800));
+    EXPECT_EQ(place({730, 0, 460, 500}), QRect(510, 500, 900, 580));
+    EXPECT_EQ(place({730, 0, 460, 800}), QRect(1190, 140, 730, 800));
+    // There is no room anywhere.
+    EXPECT_EQ(place({0, 0, 1920, 800}), QRect(680, 660, 560, 420));
+    for (int height = 10; height < 1080; height += 10) {
+        for (int width = 460; width < 1300; width += 60) {
+            const QRect taken((1920 - width) / 2, 0, width, height);
+            const QRect at = place(taken);
+            EXPECT_TRUE(screen.contains(at));
+            if (1080 - height >= smallest.height() || (1920 - width) / 2 >= smallest.width()) {
+                EXPECT_FALSE(at.intersects(taken)) << width << " " << height;
+            }
+        }
     }
 }
 

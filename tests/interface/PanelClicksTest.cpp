@@ -1,5 +1,7 @@
 #include "tests/interface/PanelFixture.h"
 
+#include <QAccessible>
+#include <QKeyEvent>
 #include <QTest>
 
 namespace pelorin {
@@ -110,6 +112,36 @@ TEST_F(PanelClicksTest, APressAndAReleaseOnDifferentButtonsAreNoClick) {
     press(middle(a, allow));
     release(middle(a, deny));
     EXPECT_TRUE(reports.empty());
+}
+
+TEST_F(PanelClicksTest, AControlThatTakesNoClickTakesNoKeyAndNoPressEither) {
+    store.upsert(permission(a));
+    settle();
+    const auto pressEveryWay = [&] {
+        QQuickItem* const button = control(a, allow);
+        button->forceActiveFocus(Qt::TabFocusReason);
+        for (const Qt::Key key : {Qt::Key_Return, Qt::Key_Enter, Qt::Key_Space})
+            QTest::keyClick(&panel(), key);
+        QAccessible::queryAccessibleInterface(button)->actionInterface()->doAction(
+            QAccessibleActionInterface::pressAction());
+    };
+    pressEveryWay();
+    EXPECT_TRUE(reports.empty());
+    dispatch.advance(400ms);
+    pressEveryWay();
+    EXPECT_EQ(reports.size(), 4U);
+}
+
+TEST_F(PanelClicksTest, AKeyThatIsHeldDownIsOnePress) {
+    show({permission(a)});
+    control(a, allow)->forceActiveFocus(Qt::TabFocusReason);
+    QTest::keyPress(&panel(), Qt::Key_Return);
+    for (int i = 0; i < 3; ++i) {
+        QKeyEvent repeated(QEvent::KeyPress, Qt::Key_Return, {}, {}, true);
+        QCoreApplication::sendEvent(&panel(), &repeated);
+    }
+    QTest::keyRelease(&panel(), Qt::Key_Return);
+    EXPECT_EQ(reports.size(), 1U);
 }
 
 TEST_F(PanelClicksTest, OtherMouseButtonsDoNothing) {

@@ -27,6 +27,71 @@ TEST_F(PanelComingAndGoingTest, ShowsWhatIsInTheStoreAlready) {
     EXPECT_TRUE(isShown());
 }
 
+TEST_F(PanelComingAndGoingTest, SaysAboveTheRowsThatEverythingIsAllowed) {
+    const QString line = QStringLiteral("Auto-allow is on: every permission request is approved without asking.");
+    const auto saysSo = [&] {
+        return std::ranges::any_of(itemsOfType(&controller->hosting(), "QQuickText"), [&](QQuickItem* text) {
+            return text->isVisible() && text->property("text") == line;
+        });
+    };
+    show({noticeAsk(a)});
+    EXPECT_FALSE(saysSo());
+    const int without = panel().frame().height();
+    const qreal place = row(a)->mapToScene({}).y();
+    settings.setDefaultPolicy(AutoDecision::allow);
+    settle();
+    EXPECT_TRUE(saysSo());
+    EXPECT_GT(panel().frame().height(), without);
+    EXPECT_GT(row(a)->mapToScene({}).y(), place);
+    // The row has moved.
+    click(a, dismiss);
+    EXPECT_TRUE(reports.empty());
+    settings.setDefaultPolicy(AutoDecision::wait);
+    settle();
+    EXPECT_FALSE(saysSo());
+    EXPECT_EQ(panel().frame().height(), without);
+}
+
+TEST_F(PanelComingAndGoingTest, SaysALineForSomeSeconds) {
+    const auto words = [&] {
+        QStringList texts;
+        for (QQuickItem* text : itemsOfType(&controller->hosting(), "QQuickText")) {
+            if (text->isVisible())
+                texts.append(text->property("text").toString());
+        }
+        return texts;
+    };
+    // There is no row to say it above.
+    controller->announce(QStringLiteral("one"));
+    settle();
+    EXPECT_TRUE(isShown());
+    EXPECT_TRUE(words().contains(QStringLiteral("one")));
+    dispatch.advance(4s);
+    controller->announce(QStringLiteral("two"));
+    show({permission(a)});
+    dispatch.advance(NotchPanelController::announcementTime - 1s);
+    EXPECT_TRUE(words().contains(QStringLiteral("two")));
+    EXPECT_FALSE(words().contains(QStringLiteral("one")));
+    dispatch.advance(1s);
+    settle();
+    EXPECT_FALSE(words().contains(QStringLiteral("two")));
+    EXPECT_TRUE(isShown());
+    store.remove(a);
+    settle();
+    EXPECT_FALSE(isShown());
+    controller->announce(QStringLiteral("three"));
+    settle();
+    dispatch.advance(NotchPanelController::announcementTime);
+    settle();
+    EXPECT_FALSE(panel().isVisible());
+    controller->setSilenced(true);
+    controller->announce(QStringLiteral("four"));
+    settle();
+    EXPECT_FALSE(isShown());
+    controller->setSilenced(false);
+    EXPECT_FALSE(isShown());
+}
+
 TEST_F(PanelComingAndGoingTest, SlidesDownAndFadesIn) {
     animate();
     EXPECT_EQ(NotchPanel::appearDuration, 350ms);

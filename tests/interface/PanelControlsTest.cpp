@@ -1,6 +1,10 @@
 #include "tests/interface/PanelFixture.h"
 
+#include <QAccessible>
+#include <QSignalSpy>
 #include <QTest>
+
+#include <functional>
 
 namespace pelorin {
 namespace {
@@ -67,6 +71,58 @@ TEST_F(PanelControlsTest, ShowsTheHelpTextUnderAPointerThatRests) {
     EXPECT_TRUE(QRectF({0, 0}, controller->hosting().size()).contains(rectangleIn(tip, &controller->hosting())));
     QTest::mouseMove(&panel(), QPoint(5, 5));
     EXPECT_TRUE(eventually([&] { return !tip->isVisible(); }));
+}
+
+TEST_F(PanelControlsTest, NoHelpTextCoversAnAnswer) {
+    show({permission(a), permission(b), permission(c)});
+    QQuickItem* const tip = itemsOfType(&controller->hosting(), "HelpTip").first();
+    QQuickItem* const content = &controller->hosting();
+    for (const QString& id : {a, b, c}) {
+        for (const QString& name : {allow, deny, jump, dismiss}) {
+            QMetaObject::invokeMethod(tip, "show", Q_ARG(QQuickItem*, control(id, name)),
+                                      Q_ARG(QString, control(id, name)->property("help").toString()));
+            const QRectF place = rectangleIn(tip, content);
+            EXPECT_TRUE(QRectF({0, 0}, content->size()).contains(place)) << name.toStdString();
+            for (const QString& other : {a, b, c}) {
+                EXPECT_FALSE(place.intersects(rectangleIn(control(other, allow), content))) << name.toStdString();
+                EXPECT_FALSE(place.intersects(rectangleIn(control(other, deny), content))) << name.toStdString();
+            }
+        }
+    }
+}
+
+TEST_F(PanelControlsTest, ScreenReadersHearAnAskThatComesAndNothingThatIsNotThere) {
+    AskEvent ask = permission(a);
+    ask.agentType = QStringLiteral("general-purpose");
+    show({ask});
+    const QString words =
+        QStringLiteral("Claude, lighthouse, sub-agent general-purpose: Bash: cmake --build build --target a");
+    EXPECT_EQ(QAccessible::queryAccessibleInterface(row(a))->text(QAccessible::Name), words);
+    auto* const alert = controller->hosting().findChild<QQuickItem*>(QStringLiteral("alert"));
+    ASSERT_NE(alert, nullptr);
+    QAccessibleInterface* const heard = QAccessible::queryAccessibleInterface(alert);
+    ASSERT_NE(heard, nullptr);
+    EXPECT_EQ(heard->role(), QAccessible::AlertMessage);
+    EXPECT_EQ(heard->text(QAccessible::Name), words);
+    EXPECT_TRUE(alert->isVisible());
+    // It is heard each time that it comes up.
+    QSignalSpy comings(alert, &QQuickItem::visibleChanged);
+    store.upsert(permission(a));
+    settle();
+    EXPECT_EQ(comings.size(), 0);
+    show({permission(b), permission(c)});
+    EXPECT_EQ(comings.size(), 2);
+    EXPECT_EQ(heard->text(QAccessible::Name), QStringLiteral("2 asks have come"));
+    // The label that only measures is read out nowhere.
+    QStringList names;
+    const std::function<void(QAccessibleInterface*)> read = [&](QAccessibleInterface* accessible) {
+        names.append(accessible->text(QAccessible::Name));
+        for (int i = 0; i < accessible->childCount(); ++i)
+            read(accessible->child(i));
+    };
+    read(QAccessible::queryAccessibleInterface(&controller->hosting()));
+    EXPECT_TRUE(names.contains(QStringLiteral("45s left")));
+    EXPECT_FALSE(names.contains(QStringLiteral("580s left")));
 }
 
 TEST_F(PanelControlsTest, KeepsAllowAndDenyApart) {

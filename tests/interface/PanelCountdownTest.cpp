@@ -65,6 +65,42 @@ TEST_F(PanelCountdownTest, FollowsTheWaitThatIsSet) {
     EXPECT_EQ(text(a), QStringLiteral("120s left"));
 }
 
+TEST_F(PanelCountdownTest, FollowsTheAsksOwnWaitWhereThatIsKnown) {
+    controller->setEndOfWait(
+        [end = dispatch.now() + 45s](const QString& id) { return id == a ? std::optional(end) : std::nullopt; });
+    settings.setDecisionWaitSeconds(300);
+    show({permission(a), permission(b)});
+    EXPECT_EQ(text(a), QStringLiteral("45s left"));
+    EXPECT_EQ(text(b), QStringLiteral("300s left"));
+    settings.setDecisionWaitSeconds(10);
+    dispatch.advance(40s);
+    EXPECT_EQ(text(a), QStringLiteral("5s left"));
+    EXPECT_EQ(text(b), QStringLiteral("→ terminal"));
+}
+
+TEST_F(PanelCountdownTest, NoDecisionIsTakenThatNothingWaitsFor) {
+    controller->setEndOfWait([end = dispatch.now() + 45s + 500ms](const QString& id) {
+        return id == a ? std::optional(end) : std::nullopt;
+    });
+    show({permission(a), permission(b)});
+    // Over, and the second in which the row shows that is not yet.
+    dispatch.advance(45s + 200ms);
+    EXPECT_TRUE(control(a, allow)->isEnabled());
+    click(a, allow);
+    click(a, deny);
+    EXPECT_TRUE(reports.empty());
+    dispatch.advance(1s);
+    EXPECT_EQ(text(a), QStringLiteral("→ terminal"));
+    EXPECT_FALSE(control(a, allow)->isEnabled());
+    EXPECT_FALSE(control(a, deny)->isEnabled());
+    click(a, allow);
+    EXPECT_TRUE(reports.empty());
+    // The terminal is still to be reached, and so is a request whose end is not known.
+    click(a, jump);
+    click(b, allow);
+    EXPECT_EQ(reports, std::vector<Report>({{a, AskAction::open()}, {b, AskAction::allow()}}));
+}
+
 TEST_F(PanelCountdownTest, IsNotThereForANotice) {
     store.upsert(noticeAsk(a, dispatch.now()));
     settle();

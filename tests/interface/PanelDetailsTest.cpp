@@ -44,6 +44,31 @@ TEST_F(PanelDetailsTest, ShowsTheEndOfALongTerminal) {
     EXPECT_NEAR(rectangleIn(text, block).bottom(), block->height() - 8, 1);
 }
 
+TEST_F(PanelDetailsTest, BreaksNoWordsAndWrapsNoRules) {
+    AskEvent ask = permission(a);
+    ask.detail = QString(300, u'─') + QStringLiteral("\n╭") + QString(200, u'─') +
+                 QStringLiteral("╮\n│ rm -rf ./build") + QString(200, u' ') + QStringLiteral("│\n") +
+                 QStringLiteral("instrumentation ").repeated(12) + QStringLiteral("\n") + QString(300, u'x');
+    show({ask});
+    click(a, showDetails);
+    settle();
+    QQuickItem* const block = itemsOfType(row(a), "TerminalText").first();
+    QQuickItem* const text = itemsOfType(block, "QQuickText").first();
+    const QStringList lines = text->property("text").toString().split(u'\n');
+    ASSERT_EQ(lines.size(), 5);
+    const int columns = block->property("columns").toInt();
+    EXPECT_GT(columns, 40);
+    EXPECT_EQ(lines[0], QString(columns, u'─'));
+    EXPECT_EQ(lines[1], QStringLiteral("╭") + QString(columns - 1, u'─'));
+    EXPECT_EQ(lines[2], QStringLiteral("│ rm -\u2060rf ./build"));
+    EXPECT_LE(text->property("contentWidth").toReal(), text->width());
+    EXPECT_EQ(text->property("wrapMode").toInt(), 4);
+    // The rules take one line each.
+    const int wordLines = (12 + (columns / 16) - 1) / (columns / 16);
+    const int longLines = (300 + columns - 1) / columns;
+    EXPECT_EQ(text->property("lineCount").toInt(), 3 + wordLines + longLines);
+}
+
 TEST_F(PanelDetailsTest, WrapsTheOptionsAndReportsTheirPosition) {
     const QStringList labels{QStringLiteral("Yes"), QStringLiteral("Yes, and don't ask again for this command"),
                              QStringLiteral("Yes, allow all edits during this session"), QStringLiteral("No"),

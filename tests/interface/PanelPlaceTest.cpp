@@ -102,6 +102,25 @@ TEST_F(PanelPlaceTest, MasksTheBottomCornersWithoutACompositor) {
     EXPECT_TRUE(panel().mask().contains(QPoint(size.width() / 2, panel().height() - 1)));
 }
 
+TEST_F(PanelPlaceTest, FadesNothingWhereNothingShowsThrough) {
+    animate();
+    platform->compositing = false;
+    store.upsert(permission(a));
+    dispatch.runDue();
+    // It slides all the same.
+    EXPECT_EQ(controller->hosting().y(), -NotchPanel::slideDistance);
+    EXPECT_TRUE(eventually([&] {
+        EXPECT_EQ(controller->hosting().opacity(), 1);
+        return isStill();
+    }));
+    store.remove(a);
+    dispatch.runDue();
+    EXPECT_TRUE(eventually([&] {
+        EXPECT_EQ(controller->hosting().opacity(), 1);
+        return !panel().isVisible();
+    }));
+}
+
 TEST_F(PanelPlaceTest, IsAWindowThatKeepsOutOfTheWay) {
     const Qt::WindowFlags flags = panel().flags();
     EXPECT_TRUE(flags.testFlag(Qt::FramelessWindowHint));

@@ -83,6 +83,21 @@ TEST_F(PanelReplyTest, SendsNoBlanks) {
     EXPECT_FALSE(control(a, sendReply)->isEnabled());
 }
 
+TEST_F(PanelReplyTest, SendsNothingToARowThatHasJustComeToAskSomethingElse) {
+    startTyping();
+    type(QStringLiteral("yes"));
+    AskEvent newer = withAnswers(permission(a), {QStringLiteral("Delete all")});
+    newer.actionSummary = QStringLiteral("rm -rf build");
+    store.upsert(newer);
+    settle();
+    QTest::keyClick(&panel(), Qt::Key_Return);
+    click(a, sendReply);
+    EXPECT_TRUE(reports.empty());
+    dispatch.advance(NotchPanelController::settleTime);
+    QTest::keyClick(&panel(), Qt::Key_Return);
+    EXPECT_EQ(reports, std::vector<Report>({{a, AskAction::text(QStringLiteral("yes"))}}));
+}
+
 TEST_F(PanelReplyTest, EscapeGivesTheKeyboardBackAndKeepsTheText) {
     startTyping();
     type(QStringLiteral("half"));

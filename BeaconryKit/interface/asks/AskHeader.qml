@@ -35,6 +35,8 @@ Item {
 
             Accessible.ignored: true
             anchors.verticalCenter: parent.verticalCenter
+            border.color: header.colors.dotEdge
+            border.width: 1.5
             color: header.dotColor
             height: header.dotSize
             radius: height / 2

@@ -13,11 +13,68 @@ ListView {
     // is not counted: that moves no row away from under a pointer that was aiming at it.
     property real shift: 0
     property real lastContentY: 0
+    // What had the keyboard on a row that goes: the next row, and the control's name.
+    property string nextAskId: ""
+    property string focusedName: ""
+
+    function rowOf(item) {
+        while (item && !(item instanceof AskRow))
+            item = item.parent;
+        return item;
+    }
+
+    // The control of that name below the item, or the first one for an empty name; null where there is none.
+    function controlOf(item, name) {
+        if (!item.visible || !item.enabled)
+            return null;
+        if (item.activeFocusOnTab && (name === "" || item.name === name))
+            return item;
+        for (let i = 0; i < item.children.length; ++i) {
+            const found = controlOf(item.children[i], name);
+            if (found)
+                return found;
+        }
+        return null;
+    }
+
+    function noteFocus(first, last) {
+        const focused = Window.activeFocusItem;
+        const row = rowOf(focused);
+        if (!row || row.index < first || row.index > last)
+            return;
+        const next = itemAtIndex(last + 1) || itemAtIndex(first - 1);
+        if (!next)
+            return;
+        nextAskId = next.askId;
+        focusedName = focused.name || "";
+        Qt.callLater(passFocusOn);
+    }
+
+    function passFocusOn() {
+        for (let i = 0; i < contentItem.children.length; ++i) {
+            const row = contentItem.children[i];
+            if (!(row instanceof AskRow) || row.askId !== nextAskId)
+                continue;
+            const control = controlOf(row, focusedName) || controlOf(row, "");
+            if (control)
+                control.forceActiveFocus(Qt.OtherFocusReason);
+        }
+    }
 
     boundsBehavior: Flickable.StopAtBounds
+    // A current row would draw the keyboard to itself whenever rows come or go.
+    currentIndex: -1
     clip: true
     interactive: contentHeight > height
     model: actions.asks
+
+    Connections {
+        function onRowsAboutToBeRemoved(parent, first, last) {
+            list.noteFocus(first, last);
+        }
+
+        target: list.model
+    }
 
     onContentYChanged: {
         if (!moving && !isScrolled)

@@ -12,6 +12,11 @@ namespace {
 
 Q_LOGGING_CATEGORY(logAsks, "pelorin.asks", QtInfoMsg)
 
+bool isDecision(const AskAction& action) {
+    return std::holds_alternative<AskAction::Allow>(action.value) ||
+           std::holds_alternative<AskAction::Deny>(action.value);
+}
+
 } // namespace
 
 AskListController::AskListController(AskStore& store, NotifierSettings& settings, Dispatch& dispatch,
@@ -65,6 +70,10 @@ void AskListController::report(const QString& askId, const AskAction& action) {
     }
     if (std::holds_alternative<AskAction::Option>(action.value) && seen->options != current->options) {
         qCDebug(logAsks) << "The options are no longer those that were picked from:" << askId;
+        return;
+    }
+    if (isDecision(action) && current->isPermission() && !m_asks.takesDecision(*current, m_dispatch.now())) {
+        qCDebug(logAsks) << "Nothing waits for the decision any more:" << askId;
         return;
     }
     // The handler may withdraw the row from the store: it stays for as long as it is held here.

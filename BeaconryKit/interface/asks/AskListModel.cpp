@@ -85,7 +85,7 @@ SharedAsk AskListModel::ask(const QString& id) const {
 }
 
 void AskListModel::setCountdown(qint64 waitSeconds, WallTime now) {
-    const CountdownClock before = std::exchange(m_clock, {waitSeconds, now});
+    const CountdownClock before = std::exchange(m_clock, {waitSeconds, now, m_clock.endOfWait});
     const auto saysTheSame = [&](const AskListRow& row) {
         return before.label(*row.ask()) == m_clock.label(*row.ask());
     };
@@ -94,7 +94,11 @@ void AskListModel::setCountdown(qint64 waitSeconds, WallTime now) {
         return;
     const auto last = std::find_if_not(m_rows.rbegin(), m_rows.rend(), saysTheSame).base() - 1;
     changed(static_cast<int>(first - m_rows.begin()), static_cast<int>(last - m_rows.begin()),
-            {countdownTextRole, countdownIsUrgentRole, countdownIsOverRole});
+            {countdownTextRole, countdownIsUrgentRole, countdownIsOverRole, takesDecisionRole});
+}
+
+bool AskListModel::takesDecision(const AskEvent& ask, WallTime now) const {
+    return CountdownClock{.now = now, .endOfWait = m_clock.endOfWait}.takesDecision(ask);
 }
 
 bool AskListModel::isCountingDown() const {

@@ -8,6 +8,7 @@
 #include <QtQml/qqmlregistration.h>
 
 #include <optional>
+#include <utility>
 #include <vector>
 
 namespace pelorin {
@@ -40,10 +41,14 @@ public:
     /// The row's ask as it was last synced; nothing for an identity that is not here.
     SharedAsk ask(const QString& id) const;
 
+    /// Tells from now on when a request's own wait ends. Its label then follows that, and not the general wait.
+    void setEndOfWait(EndOfWait endOfWait) { m_clock.endOfWait = std::move(endOfWait); }
     /// Moves all countdown labels on to `now`. A wait below 1 second shows none.
     void setCountdown(qint64 waitSeconds, WallTime now);
     /// Whether any label still changes with time.
     bool isCountingDown() const;
+    /// Whether the ask takes a decision at `now`.
+    bool takesDecision(const AskEvent& ask, WallTime now) const;
 
     void setFold(const QString& id, Fold fold);
     void setDraft(const QString& id, const QString& draft);

@@ -31,6 +31,13 @@ QStringList optionLabels(const AskEvent& ask) {
     return labels;
 }
 
+QString summary(const AskEvent& ask) {
+    const QString agent =
+        ask.agentType.isEmpty() ? QString() : QStringLiteral(", sub-agent ") + displayName(ask.agentType);
+    return displayName(SourceStyle::label(ask.source)) + QStringLiteral(", ") + displayName(ask.projectName()) + agent +
+           QStringLiteral(": ") + displayText(ask.displayMessage(), messageLimit);
+}
+
 QString question(const AskEvent& ask) {
     const QString usual = ask.isPermission() ? QStringLiteral("Do you want to proceed?") : QString();
     return displayName(PromptParser::parse(ask.detail).question.value_or(usual));
@@ -54,10 +61,14 @@ QVariant AskListRow::data(int role, const CountdownClock& clock) const {
     case Qt::DisplayRole:
     case messageRole:
         return displayText(m_ask->displayMessage(), messageLimit);
+    case summaryRole:
+        return summary(*m_ask);
     case questionRole:
         return question(*m_ask);
     case isPermissionRole:
         return m_ask->isPermission();
+    case takesDecisionRole:
+        return clock.takesDecision(*m_ask);
     case agentTypeRole:
         return displayName(m_ask->agentType);
     case detailRole:
@@ -98,13 +109,16 @@ QList<int> AskListRow::update(const SharedAsk& ask, RowArming::Moment armsAt) {
     note(old->sessionId != ask->sessionId, {dotColorRole});
     note(old->projectName() != ask->projectName(), {projectNameRole});
     note(saysOtherwise, {messageRole, Qt::DisplayRole});
-    note(old->isPermission() != ask->isPermission(), {isPermissionRole, questionRole});
+    note(old->isPermission() != ask->isPermission(), {isPermissionRole, takesDecisionRole, questionRole});
     note(old->agentType != ask->agentType, {agentTypeRole});
     note(old->detail != ask->detail, {detailRole, questionRole});
     note(answersDiffer, {optionLabelsRole});
+    note(saysOtherwise || old->source != ask->source || old->projectName() != ask->projectName() ||
+             old->agentType != ask->agentType,
+         {summaryRole});
     note(old->acceptsText != ask->acceptsText, {acceptsTextRole});
     note(old->receivedAt != ask->receivedAt || old->isPermission() != ask->isPermission(),
-         {countdownTextRole, countdownIsUrgentRole, countdownIsOverRole});
+         {countdownTextRole, countdownIsUrgentRole, countdownIsOverRole, takesDecisionRole});
     if (saysOtherwise || answersDiffer)
         note(m_arming.disarm(armsAt), {armedRole});
     return roles;

@@ -13,9 +13,13 @@ enum AskRole : int {
     dotColorRole,
     projectNameRole,
     messageRole,
+    /// The whole row in words, for those who hear it.
+    summaryRole,
     /// What the session asks, as its terminal puts it, else the usual question; empty for a mere notice.
     questionRole,
     isPermissionRole,
+    /// Whether Allow and Deny still reach somebody.
+    takesDecisionRole,
     /// The sub-agent's kind; empty for the session itself.
     agentTypeRole,
     detailRole,

@@ -22,6 +22,8 @@ Item {
     required property list<string> optionLabels
     required property string projectName
     required property string sourceLabel
+    required property string summary
+    required property bool takesDecision
 
     required property AskActions actions
     // How far the list has moved by itself.
@@ -31,6 +33,6 @@ Item {
     // A command must not be broken behind a hyphen: "-" and "rf" are not what "-rf" is.
     readonly property string unbrokenMessage: message.replace(/-/g, "-\u2060")
 
-    Accessible.name: sourceLabel + ", " + projectName + (agentType === "" ? "" : ", sub-agent " + agentType) + ": " + message
+    Accessible.name: summary
     Accessible.role: Accessible.ListItem
 }

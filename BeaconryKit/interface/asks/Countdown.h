@@ -26,8 +26,11 @@ struct Countdown {
     bool operator==(const Countdown&) const = default;
 };
 
+/// The label at `now` of a row whose answer may be given here until `end`. Whole seconds are rounded up, so that "1s
+/// left" stands until the very end.
+Countdown countdownLabel(WallTime end, WallTime now);
+
 /// The label at `now` of a row that arrived at `receivedAt` and may wait `waitSeconds`; below 1 second there is none.
-/// Whole seconds are rounded up, so that "1s left" stands until the very end.
 Countdown countdownLabel(WallTime receivedAt, qint64 waitSeconds, WallTime now);
 
 } // namespace pelorin

@@ -1,16 +1,17 @@
 import QtQuick
 import Pelorin
 
-// How long the answer may still be given here. It has no width when there is nothing to say.
+// How long the answer may still be given here. It has no width when there is nothing to say. Its colours are made for
+// the dark of the panel, so it brings that with it to other places.
 Item {
     id: label
 
     property bool isOver: false
     property bool isUrgent: false
-    property ColorSet colors: Theme.dark
+    property bool bringsDark: false
     required property string text
 
-    readonly property color color: isOver ? colors.secondaryText : isUrgent ? colors.orange : Theme.faded(colors.yellow, 0.7)
+    readonly property color color: isOver ? Theme.dark.secondaryText : isUrgent ? Theme.dark.orange : Theme.faded(Theme.dark.yellow, 0.7)
     readonly property int padding: 5
 
     Accessible.ignored: text === ""
@@ -19,6 +20,13 @@ Item {
     implicitHeight: content.height + 2 * padding
     implicitWidth: text === "" ? 0 : content.width + 2 * padding
     visible: text !== ""
+
+    Rectangle {
+        anchors.fill: parent
+        color: Theme.dark.surface
+        radius: height / 2
+        visible: label.bringsDark
+    }
 
     Row {
         id: content

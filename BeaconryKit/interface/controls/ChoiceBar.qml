@@ -1,7 +1,8 @@
 import QtQuick
 import Pelorin
 
-// One of a few choices, side by side. The bar is one stop of the Tab key; the arrow keys move within it.
+// One of a few choices, side by side. The bar is one stop of the Tab key; the arrow keys move within it. What they reach
+// is chosen, but for a choice with consequences: that one is chosen by Space or Return only, or by a click.
 FocusScope {
     id: bar
 
@@ -9,14 +10,30 @@ FocusScope {
     required property string name
     required property list<string> choices
     required property int current
+    // Which choice the arrow keys only point at; -1 for none.
+    property int graveChoice: -1
+    // Where the arrow keys are. They go on from there, past the choice that they do not make.
+    property int pointedAt: current
 
     signal chosen(int index)
 
     function choose(index: int) {
         if (index >= 0 && index < choices.length && index !== current)
             chosen(index);
+        // The choice may have been refused.
+        pointedAt = Qt.binding(() => current);
     }
 
+    function stepTo(index: int) {
+        if (index < 0 || index >= choices.length)
+            return;
+        if (index === graveChoice)
+            pointedAt = index;
+        else
+            choose(index);
+    }
+
+    Accessible.description: choices[pointedAt] + (pointedAt === current ? "" : ": Space chooses it")
     Accessible.name: name
     Accessible.role: Accessible.Grouping
     activeFocusOnTab: true
@@ -24,8 +41,15 @@ FocusScope {
     implicitWidth: row.width + 4
     opacity: enabled ? 1 : 0.4
 
-    Keys.onLeftPressed: bar.choose(bar.current - 1)
-    Keys.onRightPressed: bar.choose(bar.current + 1)
+    Keys.onEnterPressed: bar.choose(bar.pointedAt)
+    Keys.onLeftPressed: bar.stepTo(bar.pointedAt - 1)
+    Keys.onReturnPressed: bar.choose(bar.pointedAt)
+    Keys.onRightPressed: bar.stepTo(bar.pointedAt + 1)
+    Keys.onSpacePressed: bar.choose(bar.pointedAt)
+    onActiveFocusChanged: {
+        if (!activeFocus)
+            pointedAt = Qt.binding(() => current);
+    }
 
     Rectangle {
         anchors.fill: parent
@@ -57,6 +81,7 @@ FocusScope {
                 // Untyped: the QML compiler of Qt 6.8 takes a cast to the file's own type for undefined.
                 readonly property var bar: parent ? parent.parent : null
                 readonly property bool isCurrent: bar ? index === bar.current : false
+                readonly property bool isPointedAt: bar ? bar.activeFocus && index === bar.pointedAt && !isCurrent : false
 
                 Accessible.checkable: true
                 Accessible.checked: isCurrent
@@ -75,6 +100,15 @@ FocusScope {
                     border.color: Theme.window.controlBorder
                     border.width: segment.isCurrent ? 1 : 0
                     radius: Theme.controlRadius - 1
+                }
+
+                Rectangle {
+                    anchors.fill: parent
+                    border.color: Theme.window.accent
+                    border.width: 2
+                    color: "transparent"
+                    radius: Theme.controlRadius - 1
+                    visible: segment.isPointedAt
                 }
 
                 Text {

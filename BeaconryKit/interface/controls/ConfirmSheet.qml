@@ -1,7 +1,8 @@
 import QtQuick
 import Pelorin
 
-// Asks before something that can't be taken back. It lies over the whole window.
+// Asks before something that can't be taken back. It lies over the whole window; the keyboard then goes back to where it
+// was.
 FocusScope {
     id: sheet
 
@@ -10,10 +11,12 @@ FocusScope {
     required property string confirmName
 
     property bool isOpen: false
+    property Item focusBefore: null
 
     signal confirmed
 
     function open() {
+        focusBefore = Window.activeFocusItem;
         isOpen = true;
         cancel.forceActiveFocus(Qt.PopupFocusReason);
     }
@@ -21,6 +24,9 @@ FocusScope {
     function close() {
         isOpen = false;
         focus = false;
+        if (focusBefore)
+            focusBefore.forceActiveFocus(Qt.PopupFocusReason);
+        focusBefore = null;
     }
 
     Accessible.description: text

@@ -7,7 +7,7 @@ Rectangle {
 
     anchors.fill: parent
     anchors.margins: -3
-    border.color: Theme.faded(Theme.window.accent, 0.75)
+    border.color: Theme.window.accent
     border.width: 2
     color: "transparent"
     visible: target !== null && target.activeFocus

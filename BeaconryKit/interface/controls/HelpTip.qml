@@ -1,22 +1,24 @@
 import QtQuick
 import Pelorin
 
-// The one help text at a time: shown within the panel's own window once the pointer has rested on a control.
+// The one help text at a time: shown within the panel's own window once the pointer has rested on a control. It stands
+// beside the control, and never over the side where the answers are.
 Rectangle {
     id: tip
 
     property Item target: null
+    // How much of the right side no help text may cover.
+    property real keptFree: 0
 
     function show(item: Item, text: string) {
         if (text === "")
             return;
         tip.target = item;
         label.text = text;
-        const below = item.mapToItem(tip.parent, 0, item.height + Theme.smallGap);
-        const above = item.mapToItem(tip.parent, 0, -tip.height - Theme.smallGap);
-        const middle = item.mapToItem(tip.parent, item.width / 2, 0).x;
-        tip.y = below.y + tip.height + Theme.smallGap <= tip.parent.height ? below.y : Math.max(Theme.smallGap, above.y);
-        tip.x = Math.max(Theme.smallGap, Math.min(middle - tip.width / 2, tip.parent.width - tip.width - Theme.smallGap));
+        const middle = item.mapToItem(tip.parent, 0, item.height / 2);
+        const right = Math.min(middle.x, tip.parent.width - tip.keptFree) - Theme.smallGap;
+        tip.x = Math.max(Theme.smallGap, right - tip.width);
+        tip.y = Math.max(0, Math.min(middle.y - tip.height / 2, tip.parent.height - tip.height));
         appearance.restart();
     }
 

@@ -2,7 +2,7 @@ import QtQuick
 import Pelorin
 
 // A whole number that can be typed or stepped. What is typed counts once the user is done, and is then shown as it was
-// taken, corrected if need be.
+// taken, corrected if need be. Escape takes back what was typed.
 Item {
     id: line
 
@@ -14,6 +14,8 @@ Item {
 
     // Whoever takes the number answers by setting `value`, at once.
     signal committed(int value)
+
+    readonly property bool isChanged: input.activeFocus && input.text !== value.toString()
 
     function commit() {
         if (input.text !== "" && Number(input.text) !== value)
@@ -86,6 +88,12 @@ Item {
 
         Accessible.onDecreaseAction: line.stepBy(-line.step)
         Accessible.onIncreaseAction: line.stepBy(line.step)
+        // The window has a use for the key, too.
+        Keys.onShortcutOverride: event => event.accepted = event.key === Qt.Key_Escape && line.isChanged
+        Keys.onEscapePressed: event => {
+            event.accepted = line.isChanged;
+            input.text = line.value;
+        }
         Keys.onDownPressed: line.stepBy(-line.step)
         Keys.onUpPressed: line.stepBy(line.step)
         onActiveFocusChanged: {

@@ -2,7 +2,7 @@ import QtQuick
 import Pelorin
 
 // What every control of a row has in common: it acts when press and release both fall on it while it is armed, it can be
-// reached with Tab while the panel has the keyboard, and it tells assistive technology what it is.
+// reached with Tab while the window has the keyboard, and it tells assistive technology what it is.
 Item {
     id: control
 
@@ -10,12 +10,24 @@ Item {
     property string help: ""
     property HelpTip tip: null
     property int cursor: Qt.PointingHandCursor
-    // Whether the row has stood still for long enough. An unarmed control swallows clicks.
+    // Whether the row has stood still for long enough. An unarmed control swallows clicks and keys.
     property bool armed: true
     readonly property bool hovered: area.containsMouse
     readonly property bool pressed: area.pressed && area.wasArmed
 
     signal triggered
+
+    // What every way to use the control comes to.
+    function press() {
+        if (enabled && armed)
+            triggered();
+    }
+
+    // A key that is held down is one press: the focus may be on another row's control by now.
+    function pressByKey(event: KeyEvent) {
+        if (!event.isAutoRepeat)
+            press();
+    }
 
     Accessible.description: control.help
     Accessible.name: control.name
@@ -33,14 +45,14 @@ Item {
             tip.hide(control);
     }
 
-    Accessible.onPressAction: control.triggered()
+    Accessible.onPressAction: control.press()
     Component.onDestruction: {
         if (tip)
             tip.hide(control);
     }
-    Keys.onEnterPressed: control.triggered()
-    Keys.onReturnPressed: control.triggered()
-    Keys.onSpacePressed: control.triggered()
+    Keys.onEnterPressed: event => control.pressByKey(event)
+    Keys.onReturnPressed: event => control.pressByKey(event)
+    Keys.onSpacePressed: event => control.pressByKey(event)
 
     MouseArea {
         id: area

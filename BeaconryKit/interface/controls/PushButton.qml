@@ -28,22 +28,25 @@ Pressable {
     }
 
     Shortcut {
+        autoRepeat: false
         enabled: button.mnemonic !== "" && button.visible && button.enabled
         sequence: button.mnemonic === "" ? "" : "Alt+" + button.mnemonic
 
         onActivated: {
             button.forceActiveFocus(Qt.ShortcutFocusReason);
-            button.triggered();
+            button.press();
         }
     }
 
     Rectangle {
         readonly property color restColor: button.isTinted ? button.tint : Theme.window.control
+        // White words stand on a tint: it does not get lighter.
+        readonly property color hoveredColor: Theme.windowIsDark && !button.isTinted ? Qt.lighter(restColor, 1.11) : Qt.darker(restColor, 1.06)
 
         anchors.fill: parent
         border.color: button.isTinted ? "transparent" : Theme.window.controlBorder
         border.width: button.isTinted ? 0 : 1
-        color: button.pressed ? Qt.darker(restColor, 1.14) : button.hovered ? Qt.darker(restColor, Theme.windowIsDark ? 0.9 : 1.04) : restColor
+        color: button.pressed ? Qt.darker(restColor, 1.14) : button.hovered ? hoveredColor : restColor
         radius: Theme.controlRadius
     }
 

@@ -19,7 +19,7 @@ Item {
     Rectangle {
         anchors.right: parent.right
         anchors.rightMargin: 3
-        color: Theme.faded(Theme.window.text, area.containsMouse || area.pressed ? 0.45 : 0.22)
+        color: Theme.faded(Theme.window.text, area.containsMouse || area.pressed ? 0.65 : 0.5)
         height: mark.thumbHeight
         radius: width / 2
         width: area.containsMouse || area.pressed ? 7 : 5

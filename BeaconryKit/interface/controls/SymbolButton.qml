@@ -26,7 +26,7 @@ Pressable {
         anchors.centerIn: parent
         color: button.hovered ? button.hoveredColor : button.color
         height: button.symbolSize
-        opacity: button.armed ? 1 : 0.35
+        opacity: button.armed && button.enabled ? 1 : 0.35
         scale: button.pressed ? 0.92 : 1
         symbol: button.symbol
         width: button.symbolSize

@@ -18,16 +18,17 @@ Pressable {
     implicitWidth: 38
     opacity: enabled ? 1 : 0.4
 
-    Accessible.onToggleAction: toggle.triggered()
+    Accessible.onToggleAction: toggle.press()
     onTriggered: toggle.toggled(!toggle.checked)
 
     Shortcut {
+        autoRepeat: false
         enabled: toggle.mnemonic !== "" && toggle.visible && toggle.enabled
         sequence: toggle.mnemonic === "" ? "" : "Alt+" + toggle.mnemonic
 
         onActivated: {
             toggle.forceActiveFocus(Qt.ShortcutFocusReason);
-            toggle.triggered();
+            toggle.press();
         }
     }
 
@@ -45,7 +46,7 @@ Pressable {
 
     Rectangle {
         anchors.verticalCenter: parent.verticalCenter
-        border.color: "#22000000"
+        border.color: toggle.checked ? "transparent" : Theme.window.controlBorder
         border.width: 1
         color: "#ffffff"
         height: parent.height - 4

@@ -10,6 +10,11 @@ ManagerFacade::ManagerFacade(const Parts& parts, QObject* parent) : QObject(pare
     connect(asks, &QAbstractItemModel::rowsRemoved, this, &ManagerFacade::pendingCountChanged);
 }
 
+void ManagerFacade::setAnnouncement(const QString& line) {
+    if (std::exchange(m_announcement, line) != line)
+        emit announcementChanged();
+}
+
 void ManagerFacade::setShown(bool isShown) {
     if (std::exchange(m_isShown, isShown) != isShown)
         emit isShownChanged();

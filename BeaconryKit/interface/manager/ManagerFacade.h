@@ -24,11 +24,15 @@ class ManagerFacade final : public QObject {
     Q_PROPERTY(pelorin::AskActions* pending READ pending CONSTANT FINAL)
     Q_PROPERTY(pelorin::SessionListModel* sessions READ sessions CONSTANT FINAL)
     Q_PROPERTY(QList<QString> policyNames READ policyNames CONSTANT FINAL)
+    /// The position of "Auto-allow" in `policyNames`.
+    Q_PROPERTY(int autoAllowChoice READ autoAllowChoice CONSTANT FINAL)
     Q_PROPERTY(pelorin::PhoneSetup* phone READ phone CONSTANT FINAL)
     Q_PROPERTY(pelorin::HookSetup* hooks READ hooks CONSTANT FINAL)
     Q_PROPERTY(pelorin::SettingsFacade* settings READ settings CONSTANT FINAL)
     /// How many asks are waiting.
     Q_PROPERTY(int pendingCount READ pendingCount NOTIFY pendingCountChanged FINAL)
+    /// A line of the interface's own; empty when there is none.
+    Q_PROPERTY(QString announcement READ announcement NOTIFY announcementChanged FINAL)
     /// Whether the content can be seen.
     Q_PROPERTY(bool isShown READ isShown NOTIFY isShownChanged FINAL)
     /// What the desktop says about dark windows.
@@ -58,11 +62,14 @@ public:
     AskActions* pending() const { return &m_parts.pending; }
     SessionListModel* sessions() const { return &m_parts.sessions; }
     static QStringList policyNames() { return SessionListModel::policyNames(); }
+    static int autoAllowChoice() { return SessionListModel::autoAllowChoice(); }
     PhoneSetup* phone() const { return &m_parts.phone; }
     HookSetup* hooks() const { return &m_parts.hooks; }
     SettingsFacade* settings() const { return &m_parts.settings; }
     int pendingCount() const { return m_parts.pending.asks()->rowCount(); }
 
+    const QString& announcement() const { return m_announcement; }
+    void setAnnouncement(const QString& line);
     bool isShown() const { return m_isShown; }
     void setShown(bool isShown);
     DesktopScheme desktopScheme() const { return m_desktopScheme; }
@@ -81,6 +88,7 @@ public:
 
 signals:
     void pendingCountChanged();
+    void announcementChanged();
     void isShownChanged();
     void desktopSchemeChanged();
     void showsMnemonicsChanged();
@@ -90,6 +98,7 @@ signals:
 
 private:
     Parts m_parts;
+    QString m_announcement;
     bool m_isShown = false;
     DesktopScheme m_desktopScheme = UnspecifiedScheme;
     bool m_showsMnemonics = false;

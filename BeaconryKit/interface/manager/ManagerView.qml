@@ -124,6 +124,28 @@ Rectangle {
         }
     }
 
+    // What the interface has to say for some seconds, over the page's lower edge.
+    Rectangle {
+        anchors.bottom: parent.bottom
+        anchors.bottomMargin: Theme.margin
+        anchors.horizontalCenter: parent.horizontalCenter
+        color: Theme.dark.surface
+        height: line.height + 2 * Theme.gap
+        radius: Theme.radius
+        visible: line.text !== ""
+        width: line.width + 2 * Theme.margin
+
+        BodyText {
+            id: line
+
+            Accessible.role: Accessible.AlertMessage
+            anchors.centerIn: parent
+            color: Theme.dark.text
+            text: view.manager.announcement
+            width: Math.min(implicitWidth, view.width - 4 * Theme.margin)
+        }
+    }
+
     ConfirmSheet {
         id: sheet
 

@@ -3,6 +3,7 @@
 #include "BeaconryKit/interface/InterfaceEngine.h"
 #include "BeaconryKit/interface/manager/ManagerFacade.h"
 #include "BeaconryKit/interface/manager/ManagerWindow.h"
+#include "BeaconryKit/interface/manager/WindowPlace.h"
 #include "BeaconryKit/interface/theme/DesktopScheme.h"
 #include "BeaconryKit/platform/WhileAlive.h"
 
@@ -35,6 +36,9 @@ QSize fitting(QSizeF size, const QScreen* screen) {
     return available.isEmpty() ? size.toSize() : size.toSize().boundedTo(available);
 }
 
+// About what a window manager puts around a window. It tells only once it has.
+constexpr QMargins usualFrame(2, 30, 2, 2);
+
 } // namespace
 
 struct ManagerWindowController::Content {
@@ -49,6 +53,7 @@ struct ManagerWindowController::Content {
           facade({actions, owner.m_parts.registry, pending, sessions, phone, hooks, settings}),
           scheme(DesktopScheme::ofDesktop()),
           window(&owner.m_engine->qml()) {
+        asks.setEndOfWait(owner.m_endOfWait);
         for (QObject* object : std::initializer_list<QObject*>{&asks, &pending, &sessions, phone.phones(), &phone,
                                                                &hooks, &settings, &facade})
             QQmlEngine::setObjectOwnership(object, QQmlEngine::CppOwnership);
@@ -95,9 +100,38 @@ void ManagerWindowController::show() {
     ManagerWindow& window = m_content->window;
     if (window.windowStates() & Qt::WindowMinimized)
         window.setWindowStates(window.windowStates() & ~Qt::WindowMinimized);
+    place();
     window.setVisible(true);
     window.raise();
     window.requestActivate();
+}
+
+void ManagerWindowController::place() {
+    ManagerWindow& window = m_content->window;
+    const QRect taken = m_taken ? m_taken() : QRect();
+    const bool wasPlaced = std::exchange(m_wasShown, true);
+    // A window that is in nobody's way stays where the user has put it.
+    if (taken.isEmpty() || !window.screen() || (wasPlaced && !window.frameGeometry().intersects(taken)))
+        return;
+    const QMargins frame = window.isVisible() ? window.frameMargins() : usualFrame;
+    const QRect place = windowPlace({.wanted = window.size().grownBy(frame),
+                                     .smallest = window.minimumSize().grownBy(frame),
+                                     .available = window.screen()->availableGeometry(),
+                                     .taken = taken});
+    window.resize(place.size().shrunkBy(frame));
+    window.setFramePosition(place.topLeft());
+}
+
+bool ManagerWindowController::announce(const QString& line) {
+    if (!m_content || !m_content->window.isActive())
+        return false;
+    m_content->facade.setAnnouncement(line);
+    m_parts.dispatch.mainQueue().asyncAfter(
+        announcementTime, whileAlive(this, [announcement = ++m_lastAnnouncement](ManagerWindowController& self) {
+            if (self.m_lastAnnouncement == announcement)
+                self.m_content->facade.setAnnouncement({});
+        }));
+    return true;
 }
 
 void ManagerWindowController::makeContent() {

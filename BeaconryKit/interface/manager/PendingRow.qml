@@ -38,7 +38,7 @@ AskRow {
             width: parent.width
 
             CountdownLabel {
-                colors: Theme.window
+                bringsDark: true
                 isOver: row.countdownIsOver
                 isUrgent: row.countdownIsUrgent
                 text: row.countdownText
@@ -112,11 +112,12 @@ AskRow {
                 anchors.left: parent.left
                 anchors.right: send.left
                 anchors.rightMargin: Theme.gap
+                isDraft: true
                 name: "Reply"
                 placeholder: "Type a reply to the session…"
                 value: row.draft
 
-                onAccepted: row.actions.sendText(row.askId, text)
+                onAccepted: send.press()
                 onEdited: text => row.actions.setDraft(row.askId, text)
             }
 
@@ -125,6 +126,7 @@ AskRow {
 
                 anchors.right: parent.right
                 anchors.verticalCenter: reply.verticalCenter
+                armed: row.armed
                 enabled: reply.text.trim() !== ""
                 name: "Send"
                 tint: Theme.window.accentFill
@@ -139,6 +141,7 @@ AskRow {
 
             PushButton {
                 armed: row.armed
+                enabled: row.takesDecision
                 name: "Allow"
                 tint: Theme.window.allowFill
                 visible: row.isPermission
@@ -148,6 +151,7 @@ AskRow {
 
             PushButton {
                 armed: row.armed
+                enabled: row.takesDecision
                 name: "Deny"
                 tint: Theme.window.denyFill
                 visible: row.isPermission

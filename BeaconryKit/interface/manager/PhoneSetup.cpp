@@ -4,6 +4,9 @@
 #include "BeaconryKit/model/Blanks.h"
 #include "BeaconryKit/platform/WhileAlive.h"
 
+#include <QClipboard>
+#include <QGuiApplication>
+
 namespace pelorin {
 
 namespace {
@@ -33,6 +36,18 @@ QString PhoneSetup::setupLink() const {
     return m_settings.relayConfigured() ? phoneSetupLink(m_settings.relayURL(), m_settings.relayToken()) : QString();
 }
 
+QString PhoneSetup::maskedLink() const {
+    return m_settings.relayConfigured() ? phoneSetupLink(m_settings.relayURL(), QStringLiteral("••••••••")) : QString();
+}
+
+void PhoneSetup::copyLink() const {
+    QGuiApplication::clipboard()->setText(setupLink());
+}
+
+void PhoneSetup::copyToken() const {
+    QGuiApplication::clipboard()->setText(m_settings.relayToken());
+}
+
 QString PhoneSetup::phonesTitle() const {
     if (m_isLoading)
         return QStringLiteral("Checking connected phones…");
@@ -47,11 +62,15 @@ void PhoneSetup::regenerateToken() {
     if (m_isProvisioning)
         return;
     m_isProvisioning = true;
+    m_provisioningError.clear();
     emit changed();
     m_provisioner.provision(
         m_settings.relayURL(), RelayProvisioner::deviceName(),
         whileAlive(this, [before = config()](PhoneSetup& self, const std::optional<QString>& token) {
             self.m_isProvisioning = false;
+            if (!token)
+                self.m_provisioningError =
+                    QStringLiteral("The relay gave no fresh token. The one above stays as it is.");
             emit self.changed();
             if (!token || self.config() != before)
                 return;

@@ -17,8 +17,8 @@ namespace pelorin {
 /// nothing escaped. It carries the token: show it, never log it.
 QString phoneSetupLink(const QString& relayURL, const QString& relayToken);
 
-/// Sets phones up at the relay for the window: their link, a fresh token, the list of those that are connected. Relay
-/// failures are silent. Main thread.
+/// Sets phones up at the relay for the window: their link, a fresh token, the list of those that are connected. A relay
+/// that gives no list is silent; one that gives no token is told of. Main thread.
 class PhoneSetup final : public QObject {
     Q_OBJECT
     QML_NAMED_ELEMENT(PhoneSetup)
@@ -26,7 +26,11 @@ class PhoneSetup final : public QObject {
 
     /// What a phone opens to be set up; empty while the address or the token is missing.
     Q_PROPERTY(QString setupLink READ setupLink NOTIFY setupLinkChanged FINAL)
+    /// The link as it may be shown: it does not tell the token.
+    Q_PROPERTY(QString maskedLink READ maskedLink NOTIFY setupLinkChanged FINAL)
     Q_PROPERTY(bool isProvisioning READ isProvisioning NOTIFY changed FINAL)
+    /// Why there is no fresh token, for the user; empty when there is one or none was asked for.
+    Q_PROPERTY(QString provisioningError READ provisioningError NOTIFY changed FINAL)
     Q_PROPERTY(pelorin::RecordListModel* phones READ phones CONSTANT FINAL)
     /// How many phones there are, in words, or that this is being found out.
     Q_PROPERTY(QString phonesTitle READ phonesTitle NOTIFY changed FINAL)
@@ -38,6 +42,8 @@ public:
                QObject* parent = nullptr);
 
     QString setupLink() const;
+    QString maskedLink() const;
+    const QString& provisioningError() const { return m_provisioningError; }
     bool isProvisioning() const { return m_isProvisioning; }
     RecordListModel* phones() { return &m_phones; }
     QString phonesTitle() const;
@@ -46,6 +52,9 @@ public:
     /// Asks for a fresh token and stores it. Does nothing while that is under way. An address or a token that the user
     /// has typed meanwhile stays.
     Q_INVOKABLE void regenerateToken();
+    /// Puts the link or the token on the clipboard.
+    Q_INVOKABLE void copyLink() const;
+    Q_INVOKABLE void copyToken() const;
     /// Asks the relay for the phones.
     Q_INVOKABLE void loadPhones();
     /// Loads the phones if the list shown belongs to another address or token.
@@ -70,6 +79,7 @@ private:
     QSet<QString> m_beingRemoved;
     RelayConfig m_loadedConfig;
     bool m_isProvisioning = false;
+    QString m_provisioningError;
     bool m_isLoading = false;
     // Only the answer to the newest request counts.
     int m_lastLoad = 0;

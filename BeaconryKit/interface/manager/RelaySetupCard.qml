@@ -42,11 +42,14 @@ Column {
         }
 
         LabelledLine {
+            copyHelp: "Copy the token"
+            isSecret: true
             label: "Token"
             mnemonic: "T"
             placeholder: "provisioned automatically"
             value: setup.settings.relayToken
 
+            onCopied: setup.phone.copyToken()
             onFinished: {
                 if (text !== value)
                     setup.settings.relayToken = text;
@@ -65,7 +68,7 @@ Column {
         }
 
         SetupCode {
-            link: setup.phone.setupLink
+            phone: setup.phone
             visible: setup.isComplete
             width: parent.width
         }
@@ -109,6 +112,13 @@ Column {
                 onTriggered: setup.phone.regenerateToken()
             }
         }
+    }
+
+    BodyText {
+        color: Theme.window.deny
+        text: setup.phone.provisioningError
+        visible: text !== ""
+        width: parent.width
     }
 
     Item {

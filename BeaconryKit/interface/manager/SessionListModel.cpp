@@ -49,6 +49,10 @@ QStringList SessionListModel::policyNames() {
     return names;
 }
 
+int SessionListModel::autoAllowChoice() {
+    return choiceOf(AutoDecision::allow);
+}
+
 std::optional<AutoDecision> SessionListModel::policyAt(int choice) {
     if (choice < 1 || choice > std::ssize(allAutoDecisions))
         return std::nullopt;

@@ -25,6 +25,8 @@ public:
 
     /// The choices for a session's own policy: the default, then every automatic decision.
     static QStringList policyNames();
+    /// The position of "Auto-allow" among the choices.
+    static int autoAllowChoice();
     /// The policy at that place among the choices; nothing for the default and beyond the end.
     static std::optional<AutoDecision> policyAt(int choice);
 };

@@ -119,6 +119,7 @@ Item {
             ChoiceBar {
                 choices: row.manager.policyNames
                 current: row.policyChoice
+                graveChoice: row.manager.autoAllowChoice
                 name: "Auto-decision for this session's permission requests"
 
                 onChosen: index => row.manager.setPolicy(row.sessionId, index)

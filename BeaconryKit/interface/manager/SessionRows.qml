@@ -11,6 +11,8 @@ ListView {
     Accessible.role: Accessible.List
     boundsBehavior: Flickable.StopAtBounds
     clip: true
+    // A current row would draw the keyboard to itself whenever rows come or go.
+    currentIndex: -1
     interactive: contentHeight > height
     model: manager.sessions
 

@@ -5,6 +5,14 @@
 
 namespace pelorin {
 
+namespace {
+
+int choiceOf(AutoDecision policy) {
+    return static_cast<int>(std::ranges::find(allAutoDecisions, policy) - allAutoDecisions.begin());
+}
+
+} // namespace
+
 SettingsFacade::SettingsFacade(NotifierSettings& settings, SessionActions& actions, QObject* parent)
     : QObject(parent), m_settings(settings), m_actions(actions) {
 }
@@ -15,13 +23,24 @@ void SettingsFacade::setSilentMode(bool silent) {
 }
 
 int SettingsFacade::defaultPolicy() const {
-    return static_cast<int>(std::ranges::find(allAutoDecisions, m_settings.defaultPolicy()) - allAutoDecisions.begin());
+    return choiceOf(m_settings.defaultPolicy());
 }
 
 void SettingsFacade::setDefaultPolicy(int choice) {
-    if (choice >= 0 && choice < std::ssize(allAutoDecisions))
+    if (choice >= 0 && choice < std::ssize(allAutoDecisions)) {
+        if (choice == autoAllowChoice() && !allowsEverything())
+            m_policyBeforeAutoAllow = m_settings.defaultPolicy();
         m_settings.setDefaultPolicy(allAutoDecisions[static_cast<std::size_t>(choice)]);
+    }
     emit changed();
+}
+
+int SettingsFacade::autoAllowChoice() {
+    return choiceOf(AutoDecision::allow);
+}
+
+void SettingsFacade::undoAutoAllow() {
+    setDefaultPolicy(choiceOf(m_policyBeforeAutoAllow));
 }
 
 QStringList SettingsFacade::policyNames() {

@@ -21,6 +21,10 @@ class SettingsFacade final : public QObject {
     /// The position of the default policy in `policyNames`.
     Q_PROPERTY(int defaultPolicy READ defaultPolicy WRITE setDefaultPolicy NOTIFY changed FINAL)
     Q_PROPERTY(QList<QString> policyNames READ policyNames CONSTANT FINAL)
+    /// The position of "Auto-allow" in `policyNames`.
+    Q_PROPERTY(int autoAllowChoice READ autoAllowChoice CONSTANT FINAL)
+    /// Whether every request is allowed without asking.
+    Q_PROPERTY(bool allowsEverything READ allowsEverything NOTIFY changed FINAL)
     /// Seconds; what is set beyond the shortest and the longest is corrected.
     Q_PROPERTY(int decisionWaitSeconds READ decisionWaitSeconds WRITE setDecisionWaitSeconds NOTIFY changed FINAL)
     Q_PROPERTY(int shortestDecisionWait READ shortestDecisionWait CONSTANT FINAL)
@@ -49,6 +53,10 @@ public:
     int defaultPolicy() const;
     void setDefaultPolicy(int choice);
     static QStringList policyNames();
+    static int autoAllowChoice();
+    bool allowsEverything() const { return m_settings.defaultPolicy() == AutoDecision::allow; }
+    /// Brings back what the default policy was before "Auto-allow" was chosen here; else the user is asked again.
+    Q_INVOKABLE void undoAutoAllow();
     int decisionWaitSeconds() const { return static_cast<int>(m_settings.decisionWaitSeconds()); }
     void setDecisionWaitSeconds(int seconds);
     static int shortestDecisionWait() { return static_cast<int>(NotifierSettings::shortestDecisionWait); }
@@ -75,6 +83,7 @@ signals:
 private:
     NotifierSettings& m_settings;
     SessionActions& m_actions;
+    AutoDecision m_policyBeforeAutoAllow = AutoDecision::wait;
 };
 
 } // namespace pelorin

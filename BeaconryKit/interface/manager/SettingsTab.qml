@@ -53,12 +53,26 @@ ScrollPage {
         height: implicitHeight
         width: parent.width
 
-        ChoiceBar {
-            choices: tab.settings.policyNames
-            current: tab.settings.defaultPolicy
-            name: "Default permission handling"
+        Flow {
+            spacing: Theme.gap
+            width: parent.width
 
-            onChosen: index => tab.settings.defaultPolicy = index
+            ChoiceBar {
+                choices: tab.settings.policyNames
+                current: tab.settings.defaultPolicy
+                graveChoice: tab.settings.autoAllowChoice
+                name: "Default permission handling"
+
+                onChosen: index => tab.settings.defaultPolicy = index
+            }
+
+            PushButton {
+                help: "Stop approving every permission request"
+                name: "Undo"
+                visible: tab.settings.allowsEverything
+
+                onTriggered: tab.settings.undoAutoAllow()
+            }
         }
 
         CaptionText {

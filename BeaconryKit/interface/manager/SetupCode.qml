@@ -5,7 +5,7 @@ import Pelorin
 Item {
     id: code
 
-    required property string link
+    required property PhoneSetup phone
 
     readonly property bool isStacked: width < 40 * Theme.textSize
     readonly property real textWidth: isStacked ? width : width - plate.width - Theme.pageMargin
@@ -29,11 +29,10 @@ Item {
             y: 1
 
             QRCodeItem {
-                Accessible.description: code.link
                 Accessible.name: "Setup code"
                 Accessible.role: Accessible.Graphic
                 height: 176
-                text: code.link
+                text: code.phone.setupLink
                 width: 176
             }
         }
@@ -61,8 +60,15 @@ Item {
 
         SelectableText {
             name: "Setup link"
-            text: code.link
+            text: code.phone.maskedLink
             width: parent.width
+        }
+
+        PushButton {
+            help: "Copy the setup link, with the token"
+            name: "Copy link"
+
+            onTriggered: code.phone.copyLink()
         }
     }
 }

@@ -64,8 +64,9 @@ NotchPanel::NotchPanel(PanelPlatform& platform) : m_platform(platform) {
 
     m_fade.setEasingCurve(QEasingCurve::InOutQuad);
     connect(&m_fade, &QVariantAnimation::valueChanged, this, [this](const QVariant& value) {
+        // Where nothing shows through, content that fades leaves a black box.
         if (m_content)
-            m_content->setOpacity(value.toReal());
+            m_content->setOpacity(m_fades ? value.toReal() : 1);
     });
     connect(&m_fade, &QVariantAnimation::finished, this, [this] {
         if (m_phase != Phase::leaving)
@@ -115,7 +116,8 @@ void NotchPanel::present(const PanelScreen& screen, const QRect& frame) {
 void NotchPanel::appear() {
     const bool isFadingOut = m_phase == Phase::leaving;
     m_phase = Phase::shown;
-    m_needsMask = !m_platform.isCompositing() || m_platform.isMaskForInputOnly();
+    m_fades = m_platform.isCompositing();
+    m_needsMask = !m_fades || m_platform.isMaskForInputOnly();
     if (!m_needsMask)
         setMask({});
     const qreal opacity = isFadingOut && m_content ? m_content->opacity() : 0;

@@ -70,6 +70,8 @@ private:
     QRect m_windowGeometry;
     qreal m_lift = 0;
     bool m_needsMask = false;
+    // Whether what fades lets through what lies beneath.
+    bool m_fades = true;
     QVariantAnimation m_move;
     QVariantAnimation m_slide;
     QVariantAnimation m_fade;

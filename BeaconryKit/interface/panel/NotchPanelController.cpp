@@ -4,6 +4,7 @@
 #include "BeaconryKit/interface/panel/SystemPanelScreens.h"
 #include "BeaconryKit/platform/WhileAlive.h"
 
+#include <QAccessible>
 #include <QQmlComponent>
 #include <QQmlEngine>
 #include <QQuickItem>
@@ -38,9 +39,19 @@ NotchPanelController::NotchPanelController(AskStore& store, NotifierSettings& se
     m_cancellable = connect(&m_store, &AskStore::asksWillChange, this, [this] { scheduleLater(Later::follow); });
     connect(&m_settings, &NotifierSettings::decisionWaitSecondsWillChange, this,
             [this] { scheduleLater(Later::follow); });
+    connect(&m_settings, &NotifierSettings::defaultPolicyWillChange, this, [this] { scheduleLater(Later::follow); });
     connect(m_dependencies.screens.get(), &PanelScreens::changed, this, [this] { scheduleLater(Later::follow); });
     connect(&m_facade, &PanelFacade::keyboardWanted, this, &NotchPanelController::takeKeyboard);
+    // The rows move with what comes and goes above them.
+    connect(&m_facade, &PanelFacade::headChanged, this, [this] {
+        if (isShown())
+            m_askList.disarm();
+    });
     connect(&m_facade, &PanelFacade::keyboardReturned, this, &NotchPanelController::giveKeyboardBack);
+    connect(&m_asks, &QAbstractItemModel::rowsInserted, this, [this](const QModelIndex&, int first, int last) {
+        alert(first == last ? m_asks.data(m_asks.index(first), AskListModel::summaryRole).toString()
+                            : QStringLiteral("%1 asks have come").arg(last - first + 1));
+    });
     scheduleLater(Later::follow);
 }
 
@@ -91,6 +102,10 @@ bool NotchPanelController::isShown() const {
     return m_panel && m_panel->phase() == NotchPanel::Phase::shown;
 }
 
+QRect NotchPanelController::shownFrame() const {
+    return isShown() ? m_panel->frame() : QRect();
+}
+
 void NotchPanelController::setSilenced(bool silenced) {
     m_silenced = silenced;
     follow();
@@ -112,8 +127,9 @@ void NotchPanelController::runLater() {
 }
 
 void NotchPanelController::follow() {
-    if (m_silenced || m_store.asks().isEmpty()) {
-        // The rows stay while they fade.
+    m_facade.setAllowsEverything(m_settings.defaultPolicy() == AutoDecision::allow);
+    if (m_silenced || !hasContent()) {
+        // What is shown stays while it fades.
         hide();
         return;
     }
@@ -152,7 +168,49 @@ void NotchPanelController::hide() {
     m_panel->withdraw();
 }
 
+void NotchPanelController::alert(const QString& text) {
+    if (!m_hosting)
+        return;
+    QQuickItem* const item = m_hosting->findChild<QQuickItem*>(QStringLiteral("alert"));
+    // The same words may come twice.
+    m_facade.setAlert({});
+    m_facade.setAlert(text);
+    QAccessibleEvent event(item, QAccessible::Alert);
+    QAccessible::updateAccessibility(&event);
+}
+
+bool NotchPanelController::hasContent() const {
+    return !m_store.asks().isEmpty() || m_isAnnouncing;
+}
+
+void NotchPanelController::announce(const QString& line) {
+    if (m_silenced)
+        return;
+    m_facade.setAnnouncement(line);
+    m_isAnnouncing = true;
+    // Whoever has clicked in a row may still be in it.
+    m_dispatch.mainQueue().async(whileAlive(this, [line](NotchPanelController& self) {
+        self.follow();
+        self.alert(line);
+    }));
+    m_dispatch.mainQueue().asyncAfter(
+        announcementTime, whileAlive(this, [announcement = ++m_lastAnnouncement](NotchPanelController& self) {
+            if (self.m_lastAnnouncement == announcement)
+                self.endAnnouncement();
+        }));
+}
+
+void NotchPanelController::endAnnouncement() {
+    m_isAnnouncing = false;
+    // Where nothing else is shown the line goes with the panel.
+    if (hasContent())
+        m_facade.setAnnouncement({});
+    follow();
+}
+
 void NotchPanelController::finishHiding() {
+    if (!m_isAnnouncing)
+        m_facade.setAnnouncement({});
     // While silenced the rows stay as they are, with what the user has typed there.
     if (m_store.asks().isEmpty())
         m_askList.clear();

@@ -16,6 +16,7 @@
 
 #include <functional>
 #include <memory>
+#include <utility>
 
 class QQuickItem;
 
@@ -45,12 +46,19 @@ public:
 
     static constexpr auto settleTime = AskListController::settleTime;
     static constexpr auto countdownInterval = AskListController::countdownInterval;
+    static constexpr std::chrono::seconds announcementTime{6};
 
     /// The store, the settings and the dispatch must outlive the controller. What is in the store already is shown on a
     /// later turn.
     NotchPanelController(AskStore& store, NotifierSettings& settings, Dispatch& dispatch, ActionHandler onAction,
                          PanelDependencies dependencies = makePanelDependencies());
     ~NotchPanelController() override;
+
+    /// From now on the rows count down to their own ends, where those are known.
+    void setEndOfWait(EndOfWait endOfWait) { m_asks.setEndOfWait(std::move(endOfWait)); }
+
+    /// Says a line above the rows for some seconds, and shows the panel for that if need be; not while silenced.
+    void announce(const QString& line);
 
     bool silenced() const { return m_silenced; }
     /// Hides the panel and keeps it hidden, or shows it again if there are asks; at once.
@@ -62,6 +70,9 @@ public:
     /// Fades the panel out; nothing unless it is shown.
     void hide();
 
+    /// What the panel covers, in the desktop's coordinates; empty while it is not shown.
+    QRect shownFrame() const;
+
     /// The panel; made now if nothing has been shown yet.
     NotchPanel& panel();
     /// What the panel shows; made now if nothing has been shown yet.
@@ -71,11 +82,14 @@ public:
 private:
     enum class Later { follow, layOut };
 
+    bool hasContent() const;
     void makePanel();
     bool isShown() const;
     void scheduleLater(Later what);
     void runLater();
     void follow();
+    void endAnnouncement();
+    void alert(const QString& text);
     void finishHiding();
     void takeKeyboard(const QString& askId);
     void giveKeyboardBack();
@@ -96,6 +110,9 @@ private:
     Dispatch& m_dispatch;
     bool m_isScheduled = false;
     bool m_followsLater = false;
+    bool m_isAnnouncing = false;
+    // Only the newest line's time counts.
+    int m_lastAnnouncement = 0;
 };
 
 } // namespace pelorin

@@ -12,7 +12,7 @@ Pressable {
 
     Rectangle {
         anchors.fill: parent
-        border.color: button.activeFocus ? Theme.dark.accent : Theme.dark.hairline
+        border.color: button.activeFocus ? Theme.dark.accent : Theme.dark.controlBorder
         border.width: button.activeFocus ? 2 : 1
         color: button.hovered ? Theme.dark.surfaceHovered : Theme.dark.surface
         opacity: button.armed ? 1 : 0.35

@@ -14,13 +14,14 @@ Item {
     readonly property real topPadding: panel.topInset + 2
 
     function layOut() {
+        head.forceLayout();
         list.layOut();
     }
 
     Accessible.name: "Pelorin"
     Accessible.role: Accessible.List
     clip: true
-    implicitHeight: topPadding + Math.min(list.contentHeight, list.height) + bottomPadding
+    implicitHeight: topPadding + head.height + Math.min(list.contentHeight, list.height) + bottomPadding
     // What does not wrap or shorten: the header's tools with the longest countdown, and a few words beside them.
     implicitWidth: longestCountdown.implicitWidth + 3 * 24 + 20 * Theme.textSize + 2 * Theme.margin
 
@@ -36,6 +37,8 @@ Item {
     CountdownLabel {
         id: longestCountdown
 
+        // It only measures.
+        Accessible.ignored: true
         opacity: 0
         text: "580s left"
     }
@@ -53,21 +56,30 @@ Item {
         radius: content.panel.cornerRadius
     }
 
-    PanelList {
-        id: list
+    PanelHead {
+        id: head
 
-        height: Math.max(0, content.panel.maximumHeight - content.topPadding - content.bottomPadding)
         panel: content.panel
-        tip: helpTip
         width: content.layoutWidth
         x: (content.width - content.layoutWidth) / 2
         y: content.topPadding
     }
 
+    PanelList {
+        id: list
+
+        height: Math.max(0, content.panel.maximumHeight - content.topPadding - head.height - content.bottomPadding)
+        panel: content.panel
+        tip: helpTip
+        width: content.layoutWidth
+        x: (content.width - content.layoutWidth) / 2
+        y: content.topPadding + head.height
+    }
+
     Rectangle {
         anchors.right: parent.right
         anchors.rightMargin: 3
-        color: Theme.faded(Theme.dark.text, 0.25)
+        color: Theme.faded(Theme.dark.text, 0.4)
         height: Math.max(24, list.height * list.visibleArea.heightRatio)
         radius: 1.5
         visible: list.visibleArea.heightRatio < 1 && list.contentHeight > list.height
@@ -99,7 +111,21 @@ Item {
         }
     }
 
+    // Shown anew for each ask that comes, which is what a screen reader goes by. There is nothing to see.
+    Item {
+        id: alert
+
+        Accessible.name: content.panel.alert
+        Accessible.role: Accessible.AlertMessage
+        height: 1
+        objectName: "alert"
+        visible: content.panel.alert !== ""
+        width: 1
+    }
+
     HelpTip {
         id: helpTip
+
+        keptFree: list.answersWidth
     }
 }

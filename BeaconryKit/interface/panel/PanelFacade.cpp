@@ -2,6 +2,8 @@
 
 #include "BeaconryKit/interface/panel/NotchPanel.h"
 
+#include <utility>
+
 namespace pelorin {
 
 double PanelFacade::cornerRadius() const {
@@ -14,6 +16,21 @@ void PanelFacade::setBounds(double topInset, double maximumHeight) {
     m_topInset = topInset;
     m_maximumHeight = maximumHeight;
     emit boundsChanged();
+}
+
+void PanelFacade::setAllowsEverything(bool allowsEverything) {
+    if (std::exchange(m_allowsEverything, allowsEverything) != allowsEverything)
+        emit headChanged();
+}
+
+void PanelFacade::setAnnouncement(const QString& line) {
+    if (std::exchange(m_announcement, line) != line)
+        emit headChanged();
+}
+
+void PanelFacade::setAlert(const QString& text) {
+    if (std::exchange(m_alert, text) != text)
+        emit alertChanged();
 }
 
 void PanelFacade::setTypingRow(const QString& id) {

@@ -9,6 +9,9 @@ AskList {
     required property PanelFacade panel
     required property HelpTip tip
 
+    // The side of each row where Allow and Deny stand.
+    readonly property real answersWidth: 2 * 40 + 14 + Theme.margin
+
     function layOut() {
         forceLayout();
         for (let i = 0; i < contentItem.children.length; ++i) {

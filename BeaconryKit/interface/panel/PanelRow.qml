@@ -191,6 +191,7 @@ AskRow {
             anchors.verticalCenter: parent.verticalCenter
             armed: row.armed
             color: Theme.dark.deny
+            enabled: row.takesDecision
             help: "Deny this action"
             hoveredColor: Qt.lighter(Theme.dark.deny, 1.15)
             name: "Deny"
@@ -205,6 +206,7 @@ AskRow {
             anchors.verticalCenter: parent.verticalCenter
             armed: row.armed
             color: Theme.dark.allow
+            enabled: row.takesDecision
             help: "Allow this action"
             hoveredColor: Qt.lighter(Theme.dark.allow, 1.15)
             name: "Allow"
@@ -253,6 +255,7 @@ AskRow {
         }
 
         ReplyField {
+            armed: row.armed
             draft: row.draft
             tip: row.tip
             visible: row.acceptsText && row.expanded

@@ -5,6 +5,8 @@ import Pelorin
 Item {
     id: field
 
+    // Whether the row still asks what it asked when the user saw it.
+    property bool armed: true
     required property string draft
     property HelpTip tip: null
 
@@ -27,7 +29,7 @@ Item {
         anchors.right: send.left
         anchors.rightMargin: Theme.gap
         anchors.top: parent.top
-        border.color: input.activeFocus ? Theme.dark.accent : Theme.dark.hairline
+        border.color: input.activeFocus ? Theme.dark.accent : Theme.dark.controlBorder
         border.width: 1
         color: Theme.dark.surface
         radius: Theme.radius
@@ -51,7 +53,10 @@ Item {
             verticalAlignment: TextInput.AlignVCenter
 
             Keys.onEscapePressed: field.abandoned()
-            onAccepted: field.sent(text)
+            onAccepted: {
+                if (field.armed)
+                    field.sent(text);
+            }
             onActiveFocusChanged: {
                 if (activeFocus)
                     field.entered();
@@ -89,6 +94,7 @@ Item {
 
         anchors.right: parent.right
         anchors.verticalCenter: parent.verticalCenter
+        armed: field.armed
         color: Theme.dark.accent
         enabled: input.text.trim() !== ""
         hoveredColor: Qt.lighter(Theme.dark.accent, 1.15)

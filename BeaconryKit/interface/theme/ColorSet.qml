@@ -16,6 +16,8 @@ QtObject {
     property color accent
     property color allow
     property color deny
+    // Around a session's dot, where its colour alone is too light for what it stands on.
+    property color dotEdge: "transparent"
     // Controls: a button, what a switch or a choice runs in, the one chosen, a field, the line around all of them.
     property color control
     property color controlBorder

@@ -3,6 +3,8 @@ import QtQuick
 import Pelorin
 
 // The one place for colours, fonts and distances. The panel is always dark; ordinary windows are as the desktop's are.
+// What is written stands out from what lies behind it by 4.5 at least, what shows a control by 3 (contrast as the web's
+// accessibility guidelines count it).
 QtObject {
     id: theme
 
@@ -19,10 +21,11 @@ QtObject {
         hairline: "#24ffffff"
         text: "#f4f4f7"
         secondaryText: "#a6a6b0"
-        tertiaryText: "#747480"
+        tertiaryText: "#8e8e9a"
         accent: "#5aa9ff"
         allow: "#3fcf6e"
         deny: "#ff5d57"
+        controlBorder: "#75757f"
         yellow: "#ffd93b"
         orange: "#ff9b3d"
     }
@@ -36,17 +39,17 @@ QtObject {
         hairline: theme.dark.hairline
         text: theme.dark.text
         secondaryText: "#b0b0ba"
-        tertiaryText: "#8b8b96"
+        tertiaryText: "#9494a0"
         accent: theme.dark.accent
         allow: theme.dark.allow
         deny: "#ff6f69"
         control: "#3b3b43"
-        controlBorder: "#2effffff"
+        controlBorder: "#7a7a85"
         track: "#1d1d21"
         selectedControl: "#5b5b66"
         field: "#1b1b1f"
-        accentFill: "#2f7de0"
-        allowFill: "#238a48"
+        accentFill: "#2a72d0"
+        allowFill: "#208345"
         denyFill: "#cf4039"
         textOnTint: "#ffffff"
         yellow: theme.dark.yellow
@@ -61,12 +64,13 @@ QtObject {
         hairline: "#1f000000"
         text: "#18181c"
         secondaryText: "#5c5c66"
-        tertiaryText: "#767680"
-        accent: "#1273de"
+        tertiaryText: "#6a6a74"
+        accent: "#0c5ab3"
         allow: "#1f9d4c"
-        deny: "#d93a34"
+        deny: "#cf332d"
+        dotEdge: "#5c5c66"
         control: "#ffffff"
-        controlBorder: "#2b000000"
+        controlBorder: "#80808a"
         track: "#e4e4ea"
         selectedControl: "#ffffff"
         field: "#ffffff"

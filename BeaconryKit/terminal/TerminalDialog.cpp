@@ -194,6 +194,8 @@ TerminalDialog dialogOf(const Lines& lines, qsizetype start, const Menu& menu) {
     }
     dialog.text = TerminalDialog::squeezed(dialog.head.join(u' '));
     for (const Menu::Item& item : menu.items) {
+        if (item.option.isMarked)
+            dialog.highlighted = dialog.options.size();
         dialog.options.append({QString(item.option.digit), item.option.label.toString()});
         if (isTick(item.option.label))
             dialog.keys = TerminalDialog::Keys::tick;

@@ -13,9 +13,10 @@ namespace pelorin {
 
 /// The dialog in which a CLI waits for its user, as a terminal's screen shows it. A value.
 struct TerminalDialog {
-    /// What the key printed before an option does. No CLI of the table wants Return after it.
+    /// What the key printed before an option does.
     enum class Keys {
-        /// It picks the option at once, or opens the field that the option is.
+        /// It picks the option at once, or opens the field that the option is. In a dialog's first moments Claude Code
+        /// lets it only highlight the option, which Return then picks, or takes no notice of it.
         pick,
         /// It ticks the option, and the dialog goes on.
         tick,
@@ -39,6 +40,8 @@ struct TerminalDialog {
     /// The numbered options from top to bottom, each with the first line of its text.
     QList<PromptOption> options;
     Keys keys = Keys::pick;
+    /// The position of the highlighted option; -1 where only a colour shows it.
+    qsizetype highlighted = -1;
     Field field = Field::none;
     /// The position of the option that is the field; -1 without one.
     qsizetype fieldOption = -1;

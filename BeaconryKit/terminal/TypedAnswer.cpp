@@ -16,6 +16,8 @@ Q_LOGGING_CATEGORY(logAnswer, "pelorin.terminal.answer", QtWarningMsg)
 
 // A CLI may draw in several strokes, between which its dialog can't be recognised.
 constexpr int looksUntilGone = 2;
+// A CLI that takes the key at once has drawn that by then.
+constexpr int looksUntilUrged = 5;
 
 /// Whether the keys of the options pick them: in an open field they would be words.
 bool takesOptions(const TerminalDialog& dialog) {
@@ -32,10 +34,6 @@ bool isTypable(const QString& text) {
     const bool hasControls =
         std::ranges::any_of(text, [](QChar unit) { return unit.category() == QChar::Other_Control; });
     return !hasControls && !TerminalDialog::squeezed(text).isEmpty();
-}
-
-QString fieldKey(const TerminalDialog& dialog) {
-    return dialog.options.at(dialog.fieldOption).key;
 }
 
 } // namespace
@@ -86,17 +84,17 @@ TypedAnswer::Start TypedAnswer::answer(const AskEvent& ask, const AskChoice& cho
         refresh(ask, *screen);
         return Start::taken;
     }
-    const auto attempt = std::make_shared<Attempt>(
-        Attempt{.ask = ask, .terminal = terminal, .dialog = *dialog, .text = text ? text->text : QString()});
+    const auto attempt = std::make_shared<Attempt>(Attempt{.ask = ask,
+                                                           .terminal = terminal,
+                                                           .dialog = *dialog,
+                                                           .option = option ? option->index : dialog->fieldOption,
+                                                           .text = text ? text->text : QString()});
     m_busy.insert(terminal.name());
-    if (option) {
-        terminal.type(dialog->options.at(option->index).key);
-        wait(attempt, Step::going);
-    } else if (dialog->field == TerminalDialog::Field::open) {
+    if (text && dialog->field == TerminalDialog::Field::open) {
         typeText(attempt);
     } else {
-        terminal.type(fieldKey(*dialog));
-        wait(attempt, Step::opening);
+        typeKey(*attempt);
+        wait(attempt, option ? Step::going : Step::opening);
     }
     return Start::taken;
 }
@@ -152,7 +150,23 @@ void TypedAnswer::goOn(const SharedAttempt& attempt, const std::optional<Termina
         refresh(attempt->ask, screen);
         return;
     }
+    if (dialog && attempt->looksLeft == looks - looksUntilUrged)
+        urge(*attempt, *dialog);
     lookLater(attempt);
+}
+
+void TypedAnswer::typeKey(const Attempt& attempt) {
+    attempt.terminal.type(attempt.dialog.options.at(attempt.option).key);
+}
+
+void TypedAnswer::urge(const Attempt& attempt, const TerminalDialog& dialog) {
+    // In the field Return has been pressed already, or its words are still to come.
+    if (attempt.step == Step::typing || dialog.field == TerminalDialog::Field::filled || dialog.highlighted < 0)
+        return;
+    if (dialog.highlighted != attempt.option)
+        typeKey(attempt);
+    else if (attempt.option != dialog.fieldOption)
+        attempt.terminal.pressReturn();
 }
 
 void TypedAnswer::typeText(const SharedAttempt& attempt) {

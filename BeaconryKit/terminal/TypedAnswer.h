@@ -63,6 +63,8 @@ private:
         SessionTerminal terminal;
         /// The dialog that is being answered.
         TerminalDialog dialog;
+        /// The position of the option whose key is typed.
+        qsizetype option = 0;
         /// The words for its field; empty when an option was picked.
         QString text;
         Step step = Step::going;
@@ -76,6 +78,8 @@ private:
     void wait(const SharedAttempt& attempt, Step step);
     void look(const SharedAttempt& attempt);
     void goOn(const SharedAttempt& attempt, const std::optional<TerminalDialog>& dialog, const QString& screen);
+    static void typeKey(const Attempt& attempt);
+    static void urge(const Attempt& attempt, const TerminalDialog& dialog);
     void typeText(const SharedAttempt& attempt);
     void finish(const SharedAttempt& attempt, const QString& screen);
     void refresh(const AskEvent& ask, const QString& screen);

@@ -103,7 +103,7 @@ TEST_F(TypedAnswerTest, ThePrintedKeyIsTypedAloneAndTheRowGoesWithTheDialog) {
     pick(ask, "No");
     EXPECT_THAT(pane.keys, ElementsAre("4"));
     EXPECT_TRUE(isShown(ask));
-    dispatch.advance(std::chrono::seconds(1));
+    dispatch.advance(std::chrono::milliseconds(400));
     EXPECT_TRUE(isShown(ask));
     pane.screen = idle;
     settle();
@@ -219,13 +219,14 @@ TEST_F(TypedAnswerTest, AFieldThatDoesNotOpenIsNotTypedInto) {
     unfold(ask);
     say(ask, "1");
     settle();
-    EXPECT_THAT(pane.keys, ElementsAre("3"));
+    EXPECT_THAT(pane.keys, ElementsAre("3", "3"));
     EXPECT_TRUE(isShown(ask));
     // Nor when something else has come in its place.
+    pane.keys.clear();
     drawOn("3", capturedScreen(permission));
     say(ask, "1");
     settle();
-    EXPECT_THAT(pane.keys, ElementsAre("3", "3"));
+    EXPECT_THAT(pane.keys, ElementsAre("3"));
     EXPECT_TRUE(isShown(ask));
 }
 
@@ -362,18 +363,36 @@ TEST_F(TypedAnswerTest, AnUnknownDrawingOffersNothing) {
     }
 }
 
-TEST_F(TypedAnswerTest, ADialogThatStandsStillKeepsItsRow) {
+TEST_F(TypedAnswerTest, AKeyThatOnlyHighlightsIsFollowedByReturn) {
     const AskEvent ask = request("touch /home/user/project/made-by-tool");
     draw(permission);
     unfold(ask);
-    pick(ask, "Yes");
+    const QString highlighted = QString(*pane.screen).replace("❯ 1.", "  1.").replace("  4. No", "❯ 4. No");
+    drawOn("4", highlighted);
+    drawOn("Enter", idle);
+    pick(ask, "No");
+    dispatch.advance(std::chrono::milliseconds(400));
+    EXPECT_THAT(pane.keys, ElementsAre("4"));
     settle();
-    EXPECT_THAT(pane.keys, ElementsAre("1"));
+    EXPECT_THAT(pane.keys, ElementsAre("4", "Enter"));
+    EXPECT_FALSE(isShown(ask));
+}
+
+TEST_F(TypedAnswerTest, AKeyThatIsNotTakenIsTypedOnceMore) {
+    const AskEvent ask = request("touch /home/user/project/made-by-tool");
+    draw(permission);
+    unfold(ask);
+    pick(ask, "No");
+    settle();
+    EXPECT_THAT(pane.keys, ElementsAre("4", "4"));
+    // The dialog stands still, and so does its row.
     EXPECT_TRUE(isShown(ask));
     EXPECT_THAT(replies, IsEmpty());
-    // It can be tried again.
-    pick(ask, "Yes");
-    EXPECT_THAT(pane.keys, ElementsAre("1", "1"));
+    pane.keys.clear();
+    pick(ask, "No");
+    pane.screen = capturedScreen(permission).replace("made-by-tool", "another");
+    settle();
+    EXPECT_THAT(pane.keys, ElementsAre("4"));
 }
 
 TEST_F(TypedAnswerTest, WhileOneAnswerIsUnderWayTheTerminalTakesNoOther) {

@@ -9,6 +9,8 @@
 #include "BeaconryHook/HookPost.h"
 #include "BeaconryHook/HttpExchange.h"
 #include "BeaconryHook/ProcessTerminal.h"
+#include "BeaconryHook/ShortenedJson.h"
+#include "BeaconryHook/ToolUses.h"
 
 #include <cstdint>
 #include <cstdlib>
@@ -111,6 +113,31 @@ void checkPosts(std::string_view object, std::string_view text, const CliAdapter
     }
 }
 
+// Whatever is to be shortened fits, and stays an object.
+void requireShortened(std::string_view object) {
+    std::string repaired;
+    appendRepaired(repaired, object);
+    for (const std::size_t size : {leastShortenedSize, repaired.size() / 2}) {
+        if (size < leastShortenedSize)
+            continue;
+        const std::string shortened = shortenedJson(repaired, size);
+        require(shortened.size() <= size);
+        requireOneObject(shortened);
+        requireClean(shortened);
+    }
+}
+
+// A session's record is read, whatever stands in it.
+void readAsRecord(std::string_view lines) {
+    ToolUses uses;
+    uses.read(lines);
+    for (const ToolUses::Use& use : uses.pending()) {
+        require(!AnswerWatch(use.name, use.input).isAnswered(uses));
+        adapterFor("claude")->useText(use.name, use.input);
+    }
+    adapterFor("codex")->asksNobody(lines);
+}
+
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
@@ -143,6 +170,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         requireOneObject(repaired);
         requireClean(repaired);
         requireWholeValues(object, 0);
+        requireShortened(object);
         for (const std::string_view source : {"claude", "codex", "gemini", "opencode", "cursor"})
             checkPosts(object, input, adapterFor(source));
     } else {
@@ -163,6 +191,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const auto asBody = decisionIn("HTTP/1.1 200 OK\r\n\r\n" + std::string(input), Connection::ended);
     require(asBody.has_value());
 
+    readAsRecord(input);
     parseProcessStat(input);
     processIdIn(input);
     servicePort(input);

@@ -208,6 +208,8 @@ void EventRouter::expire(const AskEvent& ask) {
     notice.source = ask.source;
     notice.message = QStringLiteral("Answer in terminal — ") + ask.displayMessage();
     notice.notificationType = QStringLiteral("permission_prompt");
+    if (m_details)
+        m_details->keepExpiry(notice);
     m_store.upsert(notice);
 }
 

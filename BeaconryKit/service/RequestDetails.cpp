@@ -38,6 +38,21 @@ void RequestDetails::keepWait(const AskEvent& ask, WallTime end) {
     m_endOfWait.insert(ask.id(), end);
 }
 
+void RequestDetails::keepExpiry(const AskEvent& notice) {
+    const SharedAsk row = m_store.ask(notice.id());
+    const int before = row ? expiredAsks(*row) : 0;
+    dropLeftRows(m_expiries);
+    m_expiries.insert(notice.id(), {notice, before + 1});
+}
+
+int RequestDetails::expiredAsks(const AskEvent& row) const {
+    const auto expiry = valueIn(m_expiries, row.id());
+    // The row may have been unfolded.
+    const bool isTheNotice = expiry && row.requestId.isEmpty() && row.message == expiry->notice.message &&
+                             row.receivedAt == expiry->notice.receivedAt;
+    return isTheNotice ? expiry->count : 0;
+}
+
 void RequestDetails::keepSession(const QString& sessionId, const std::optional<HelperDetails>& details) {
     if (details)
         m_ofSession.insert(sessionId, *details);

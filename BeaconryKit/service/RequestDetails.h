@@ -25,6 +25,8 @@ public:
     void keepSession(const QString& sessionId, const std::optional<HelperDetails>& details);
     /// Keeps the moment at which the ask's hook will wait no longer.
     void keepWait(const AskEvent& ask, WallTime end);
+    /// Keeps that a request has expired into this notice, which takes its place in the store next.
+    void keepExpiry(const AskEvent& notice);
     /// Forgets the session, but not its rows.
     void forgetSession(const QString& sessionId);
 
@@ -38,10 +40,18 @@ public:
     /// When the hook of the ask that was parked last under this id waits no longer; nothing for an id that none was
     /// parked under. The setting of the moment at which it came counts, not a later one.
     std::optional<WallTime> endOfWait(const QString& askId) const;
+    /// How many requests have expired into this row since it came; 0 for any other row. They share the session's one
+    /// row, which tells of the last of them.
+    int expiredAsks(const AskEvent& row) const;
     /// What the helper told last in the session.
     std::optional<HelperDetails> ofSession(const QString& sessionId) const;
 
 private:
+    struct Expiry {
+        AskEvent notice;
+        int count = 0;
+    };
+
     bool areTooMany(qsizetype count) const;
     template <class Value>
     void dropLeftRows(QHash<QString, Value>& table) const;
@@ -52,6 +62,7 @@ private:
     QSet<QString> m_requests;
     QHash<QString, HelperDetails> m_ofSession;
     QHash<QString, WallTime> m_endOfWait;
+    QHash<QString, Expiry> m_expiries;
 };
 
 } // namespace pelorin

@@ -10,9 +10,31 @@
 namespace pelorin {
 namespace {
 
+using namespace std::chrono_literals;
+
 AskEvent request(const QString& session, const QString& id) {
     return {.sessionId = session, .requestId = id};
 }
+
+/// The details that hooks' requests leave.
+class RoutedRequestDetails : public ::testing::Test {
+protected:
+    RoutedRequestDetails() { router->keepDetails(details); }
+
+    void post(const QByteArray& path, const QByteArray& body) {
+        router->route(path, body, {.respond = [](const QByteArray&) {
+                      }});
+    }
+
+    ManualDispatch dispatch;
+    MemoryUserDefaults defaults;
+    AskStore store;
+    SessionRegistry registry;
+    NotifierSettings settings{defaults};
+    DecisionRouter decisions{dispatch};
+    RequestDetails details{store};
+    std::shared_ptr<EventRouter> router = EventRouter::create(dispatch, store, registry, settings, decisions, {});
+};
 
 TEST(RequestDetails, AreKeptByRowAndBySession) {
     AskStore store;
@@ -69,20 +91,9 @@ TEST(RequestDetails, HandOutTheRequestsWhoseRowsHaveGoneOnce) {
     EXPECT_EQ(details.takeLeftRequests(), QStringList("kept"));
 }
 
-TEST(RequestDetails, TellWhenTheHookOfAnAskWaitsNoLonger) {
-    using namespace std::chrono_literals;
-    ManualDispatch dispatch;
-    MemoryUserDefaults defaults;
-    AskStore store;
-    SessionRegistry registry;
-    NotifierSettings settings(defaults);
-    DecisionRouter decisions(dispatch);
-    RequestDetails details(store);
-    const auto router = EventRouter::create(dispatch, store, registry, settings, decisions, {});
-    router->keepDetails(details);
+TEST_F(RoutedRequestDetails, TellWhenTheHookOfAnAskWaitsNoLonger) {
     const auto ask = [&] {
-        router->route("/permission", R"({"session_id":"s","request_id":"r"})", {.respond = [](const QByteArray&) {
-                      }});
+        post("/permission", R"({"session_id":"s","request_id":"r"})");
     };
     EXPECT_EQ(details.endOfWait("r"), std::nullopt);
     settings.setDecisionWaitSeconds(45);
@@ -101,20 +112,32 @@ TEST(RequestDetails, TellWhenTheHookOfAnAskWaitsNoLonger) {
     EXPECT_EQ(details.endOfWait("r"), arrival + 310s);
 }
 
-TEST(RequestDetails, ComeWithTheHooksBodies) {
-    ManualDispatch dispatch;
-    MemoryUserDefaults defaults;
-    AskStore store;
-    SessionRegistry registry;
-    NotifierSettings settings(defaults);
-    DecisionRouter decisions(dispatch);
-    RequestDetails details(store);
-    const auto router = EventRouter::create(dispatch, store, registry, settings, decisions, {});
-    router->keepDetails(details);
-    const auto post = [&](const QByteArray& path, const QByteArray& body) {
-        router->route(path, body, {.respond = [](const QByteArray&) {
-                      }});
+TEST_F(RoutedRequestDetails, CountTheRequestsThatHaveExpiredIntoOneRow) {
+    const auto count = [&] {
+        const SharedAsk row = store.ask("s");
+        return row ? details.expiredAsks(*row) : -1;
     };
+    const auto expire = [&](const char* id) {
+        post("/permission", QByteArray(R"({"session_id":"s","tool_name":"Bash","request_id":")") + id + "\"}");
+    };
+    expire("a");
+    expire("b");
+    dispatch.advance(45s);
+    EXPECT_EQ(count(), 2);
+    AskEvent unfolded = *store.ask("s");
+    unfolded.detail = "unfolded";
+    store.upsert(unfolded);
+    EXPECT_EQ(count(), 2);
+    // A new request takes the row away.
+    expire("c");
+    EXPECT_EQ(count(), -1);
+    dispatch.advance(45s);
+    EXPECT_EQ(count(), 1);
+    post("/event", R"({"session_id":"s","message":"confirm"})");
+    EXPECT_EQ(count(), 0);
+}
+
+TEST_F(RoutedRequestDetails, ComeWithTheHooksBodies) {
     post("/register", R"({"session_id":"s","helper_version":1,"helper_process":5})");
     EXPECT_EQ(details.ofSession("s")->helperProcess, 5);
     post("/permission", R"({"session_id":"s","request_id":"r","tool_name":"Bash","helper_version":1,

@@ -4,10 +4,12 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QJsonDocument>
+#include <asio.hpp>
 #include <gmock/gmock.h>
 
 #include <csignal>
 #include <fstream>
+#include <sys/resource.h>
 
 namespace pelorin {
 namespace {
@@ -165,6 +167,31 @@ TEST(EndToEnd, GoesOnWhenNobodyReadsWhatItSays) {
 }
 
 #if defined(__linux__)
+TEST(EndToEnd, OutlivesHooksThatTakeAllDescriptors) {
+    // Nobody answers at this relay, and each push of the rows needs a connection.
+    RunningApplication application({{"relayURL", "http://127.0.0.1:9"}, {"relayToken", "token"}});
+    const rlimit limit{100, 100};
+    ASSERT_EQ(prlimit(application.process().processId(), RLIMIT_NOFILE, &limit, nullptr), 0);
+    asio::io_context context;
+    std::vector<asio::ip::tcp::socket> hooks;
+    for (int hook = 0; hook < 150; ++hook) {
+        const std::string number = std::to_string(hook);
+        const std::string body =
+            R"({"session_id":"s","tool_name":"Bash","tool_input":{"command":"true"},"request_id":")" + number + R"("})";
+        hooks.emplace_back(context).connect({asio::ip::address_v4::loopback(), application.port()});
+        hooks.back().set_option(asio::socket_base::linger(true, 0));
+        asio::write(hooks.back(), asio::buffer("POST /permission HTTP/1.1\r\nContent-Length: " +
+                                               std::to_string(body.size()) + "\r\n\r\n" + body));
+    }
+    // All that it takes are parked, and the others wait in the system's queue. When some go, the rest comes.
+    for (int hook = 0; hook < 100; ++hook)
+        hooks[static_cast<std::size_t>(hook)].close();
+    EXPECT_TRUE(application.waitForPendingAsks(50));
+    for (asio::ip::tcp::socket& hook : hooks)
+        hook.close();
+    EXPECT_TRUE(application.waitForPendingAsks(0));
+}
+
 TEST(EndToEnd, GoesOnWhenAFileMayGrowNoFurther) {
     RunningApplication application;
     std::ifstream file("/proc/" + std::to_string(application.process().processId()) + "/status");

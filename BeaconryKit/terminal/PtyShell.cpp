@@ -124,12 +124,22 @@ struct PtyShell::State : std::enable_shared_from_this<State> {
     }
 
     void count(qsizetype size) {
+        std::shared_ptr<Ending> exited;
+        std::weak_ptr<const FileDescriptor> terminal;
         shared.with([&](Shared& now) {
             const bool wasHeld = now.isHeld();
             now.held += size;
-            if (now.isHeld() != wasHeld)
-                now.followHeld();
+            if (now.isHeld() == wasHeld)
+                return;
+            now.followHeld();
+            if (wasHeld && now.session && now.session->ending->isDue) {
+                exited = now.session->ending;
+                terminal = now.session->master;
+            }
         });
+        // There may be nothing more to read that would bring the notice.
+        if (exited)
+            later([terminal, exited](State& state) { state.readWhatIsThere(terminal, *exited); });
     }
 
     /// Makes the session the current one, none for null. The one before ends outside the lock.

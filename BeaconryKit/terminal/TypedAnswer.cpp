@@ -16,8 +16,9 @@ Q_LOGGING_CATEGORY(logAnswer, "pelorin.terminal.answer", QtWarningMsg)
 
 // A CLI may draw in several strokes, between which its dialog can't be recognised.
 constexpr int looksUntilGone = 2;
-// A CLI that takes the key at once has drawn that by then.
+// A CLI that takes the key at once has drawn that by then. Words take longer.
 constexpr int looksUntilUrged = 5;
+constexpr int looksUntilWordsAreLost = TypedAnswer::looks / 2;
 
 /// Whether the keys of the options pick them: in an open field they would be words.
 bool takesOptions(const TerminalDialog& dialog) {
@@ -150,7 +151,8 @@ void TypedAnswer::goOn(const SharedAttempt& attempt, const std::optional<Termina
         refresh(attempt->ask, screen);
         return;
     }
-    if (dialog && attempt->looksLeft == looks - looksUntilUrged)
+    const int looksUntil = attempt->step == Step::typing ? looksUntilWordsAreLost : looksUntilUrged;
+    if (dialog && attempt->looksLeft == looks - looksUntil)
         urge(*attempt, *dialog);
     lookLater(attempt);
 }
@@ -160,8 +162,15 @@ void TypedAnswer::typeKey(const Attempt& attempt) {
 }
 
 void TypedAnswer::urge(const Attempt& attempt, const TerminalDialog& dialog) {
-    // In the field Return has been pressed already, or its words are still to come.
-    if (attempt.step == Step::typing || dialog.field == TerminalDialog::Field::filled || dialog.highlighted < 0)
+    // There are words in the field: Return has been pressed already, or they are others.
+    if (dialog.field == TerminalDialog::Field::filled)
+        return;
+    if (attempt.step == Step::typing) {
+        if (dialog.field == TerminalDialog::Field::open)
+            attempt.terminal.type(attempt.text);
+        return;
+    }
+    if (dialog.highlighted < 0)
         return;
     if (dialog.highlighted != attempt.option)
         typeKey(attempt);

@@ -213,6 +213,20 @@ TEST_F(TypedAnswerTest, WithoutItsWordsInTheFieldNoReturnFollows) {
     EXPECT_FALSE(store.ask(ask.id())->acceptsText);
 }
 
+TEST_F(TypedAnswerTest, WordsThatDoNotArriveAreTypedOnceMore) {
+    const AskEvent ask = notice("Which colour should the button be?");
+    draw(fieldOpen);
+    unfold(ask);
+    drawOn("Enter", idle);
+    say(ask, "green");
+    dispatch.advance(std::chrono::seconds(1));
+    EXPECT_THAT(pane.keys, ElementsAre("green"));
+    drawOn("green", withWords("green"));
+    settle();
+    EXPECT_THAT(pane.keys, ElementsAre("green", "green", "Enter"));
+    EXPECT_FALSE(isShown(ask));
+}
+
 TEST_F(TypedAnswerTest, AFieldThatDoesNotOpenIsNotTypedInto) {
     const AskEvent ask = notice("Which colour should the button be?");
     draw(question);

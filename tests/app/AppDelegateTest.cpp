@@ -4,6 +4,8 @@
 
 #include "BeaconryKit/relay/RelayMessages.h"
 
+#include <QTcpSocket>
+
 namespace pelorin {
 namespace {
 
@@ -39,6 +41,16 @@ TEST_F(AppDelegateTest, ListensAndShowsItsItem) {
     EXPECT_EQ(statusItem.icon->symbol, "bell");
     EXPECT_EQ(statusItem.menu.at(6).title, "No Active Sessions");
 }
+
+#if defined(__linux__)
+TEST_F(AppDelegateTest, ListensForThisMachineAlone) {
+    // All of 127.0.0.0/8 is this machine: who listens on all addresses is reached here, too.
+    QTcpSocket socket;
+    socket.connectToHost(QStringLiteral("127.0.0.2"), delegate.port());
+    EXPECT_FALSE(socket.waitForConnected());
+    EXPECT_EQ(socket.error(), QAbstractSocket::ConnectionRefusedError);
+}
+#endif
 
 TEST_F(AppDelegateTest, TheManagerWindowNeedsADisplay) {
     delegate.openManager();

@@ -191,6 +191,17 @@ TEST_F(OnTheBus, ShowsItsPictureInSeveralSizes) {
     EXPECT_THAT(sizes, ElementsAre(16, 22, 24, 32, 48, 64));
 }
 
+TEST_F(OnTheBus, TellsInItsTipThatEverythingIsAllowed) {
+    startHostAndWait();
+    settings.setDefaultPolicy(AutoDecision::allow);
+    menu->rebuildMenu();
+    EXPECT_TRUE(hears("NewToolTip"));
+    EXPECT_FALSE(heard.contains("NewTitle"));
+    const auto tip = qdbus_cast<StatusToolTip>(host->itemProperties().value("ToolTip"));
+    EXPECT_EQ(tip.title, "Pelorin");
+    EXPECT_EQ(tip.description, "Auto-allow is on: every permission request is approved without asking.");
+}
+
 TEST_F(OnTheBus, AnnouncesIconAndCountAsAsksComeAndGo) {
     startHostAndWait();
     store.upsert({.sessionId = "s", .requestId = "r"});

@@ -186,6 +186,15 @@ INSTANTIATE_TEST_SUITE_P(
                       Look{"WithTwelveAsks", false, 12, {"bell.badge.fill", " 12", ImagePosition::imageLeading}}),
     [](const auto& test) { return test.param.name; });
 
+TEST_F(StatusMenuTest, SaysThatEverythingIsAllowedWhileItIs) {
+    settings.setDefaultPolicy(AutoDecision::allow);
+    menu.rebuildMenu();
+    EXPECT_EQ(item.icon->notice, "Auto-allow is on: every permission request is approved without asking.");
+    settings.setDefaultPolicy(AutoDecision::deny);
+    menu.rebuildMenu();
+    EXPECT_EQ(item.icon->notice, "");
+}
+
 TEST_F(StatusMenuTest, ShowsIconAndMenuFromTheStart) {
     EXPECT_EQ(item.icon, (StatusIcon{"bell", "", ImagePosition::imageOnly}));
     EXPECT_EQ(item.menusSet, 1);

@@ -17,6 +17,8 @@ struct StatusIcon {
     /// The text beside the picture; empty when the picture stands alone.
     QString title = {};
     ImagePosition imagePosition = ImagePosition::imageOnly;
+    /// What the user should know whenever the pointer rests on the item; empty for nothing.
+    QString notice = {};
 
     bool operator==(const StatusIcon&) const = default;
 };

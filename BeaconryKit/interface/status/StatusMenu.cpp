@@ -68,6 +68,8 @@ void StatusMenu::updateStatusIcon() {
         icon.title = QStringLiteral(" %1").arg(waiting);
         icon.imagePosition = ImagePosition::imageLeading;
     }
+    if (m_settings.defaultPolicy() == AutoDecision::allow)
+        icon.notice = QStringLiteral("Auto-allow is on: every permission request is approved without asking.");
     m_item->setIcon(icon);
 }
 

@@ -110,11 +110,12 @@ void StatusNotifierItem::setIcon(const StatusIcon& icon) {
     const StatusIcon previous = std::exchange(m_icon, icon);
     if (icon.symbol != previous.symbol)
         emit NewIcon();
-    if (icon.title == previous.title)
-        return;
-    emit NewTitle();
-    emit NewToolTip();
-    emit XAyatanaNewLabel(label(), noText());
+    if (icon.title != previous.title)
+        emit NewTitle();
+    if (icon.title != previous.title || icon.notice != previous.notice)
+        emit NewToolTip();
+    if (icon.title != previous.title)
+        emit XAyatanaNewLabel(label(), noText());
 }
 
 StatusPixmaps StatusNotifierItem::iconPixmap() const {
@@ -122,7 +123,7 @@ StatusPixmaps StatusNotifierItem::iconPixmap() const {
 }
 
 StatusToolTip StatusNotifierItem::toolTip() const {
-    return {{}, {}, title(), {}};
+    return {{}, {}, title(), m_icon.notice};
 }
 
 // The desktop has its reply before anything else is done.

@@ -23,6 +23,8 @@ Item {
 
     Rectangle {
         anchors.fill: parent
+        anchors.leftMargin: -4
+        anchors.rightMargin: -4
         color: Theme.dark.surface
         radius: height / 2
         visible: label.bringsDark

@@ -17,12 +17,14 @@ protected:
     explicit WindowsOnDemand(const QJsonObject& settings = {}) : defaults(settings) {}
     void SetUp() override { ASSERT_EQ(delegate.start(0, Display::present), std::nullopt); }
 
+    void post(QTcpSocket& socket, const QByteArray& path, const QByteArray& body) const {
+        socket.connectToHost(QStringLiteral("127.0.0.1"), delegate.port());
+        socket.write("POST " + path + " HTTP/1.1\r\nContent-Length: " + QByteArray::number(body.size()) + "\r\n\r\n" +
+                     body);
+    }
     /// Asks as a hook does, and goes on waiting.
-    void ask() {
-        hook.connectToHost(QStringLiteral("127.0.0.1"), delegate.port());
-        const QByteArray body = R"({"session_id":"s","request_id":"r","tool_name":"Bash","tmux_pane":"%3"})";
-        hook.write("POST /permission HTTP/1.1\r\nContent-Length: " + QByteArray::number(body.size()) + "\r\n\r\n" +
-                   body);
+    void ask(const QByteArray& body = R"({"session_id":"s","request_id":"r","tool_name":"Bash","tmux_pane":"%3"})") {
+        post(hook, "/permission", body);
         ASSERT_TRUE(eventually([&] { return statusItem.icon->title == QStringLiteral(" 1"); }));
     }
     void choose(MenuAction action) { statusItem.handlers.onTriggered(action, {}); }
@@ -41,6 +43,20 @@ TEST_F(WindowsOnDemand, ThePanelIsMadeForTheFirstAsk) {
     ask();
     EXPECT_TRUE(eventually([] { return shownWindow(panelTitle) != nullptr; }));
     EXPECT_EQ(QGuiApplication::allWindows().size(), 1);
+}
+
+TEST_F(WindowsOnDemand, ATerminalThatCannotBeBroughtForwardIsToldOf) {
+    QTcpSocket start;
+    post(start, "/register", R"({"session_id":"s","label":"api","helper_version":1})");
+    ASSERT_TRUE(eventually([&] { return start.bytesAvailable() > 0; }));
+    ask(R"({"session_id":"s","request_id":"r","tool_name":"Bash","helper_version":1})");
+    EXPECT_TRUE(clickUntil(panelTitle, QStringLiteral("Jump"), [] {
+        QQuickWindow* const panel = shownWindow(panelTitle);
+        return panel &&
+               findItem(panel->contentItem(), QStringLiteral("The terminal of “api” could not be brought forward."));
+    }));
+    // The question is the terminal's all the same.
+    EXPECT_TRUE(eventually([&] { return hook.bytesAvailable() > 0; }));
 }
 
 /// With a relay, asks wait for an answer also while nothing is shown.

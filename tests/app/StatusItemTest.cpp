@@ -250,6 +250,24 @@ TEST_F(OnTheBus, ItsMenuIsReadWithTitlesOrderAndStates) {
                                                 "> Unmute Notifications", "-", "Quit Pelorin"}));
 }
 
+TEST_F(OnTheBus, MakesItsMenuWhenADesktopFirstAsksForIt) {
+    startHostAndWait();
+    registry.registerSession(session("s", "api"));
+    settings.setSilentMode(true);
+    EXPECT_TRUE(hears("NewIcon"));
+    registry.setMuted(true, "s");
+    store.upsert({.sessionId = "other"});
+    EXPECT_TRUE(hears("NewTitle"));
+    // Nobody knows of a menu that could have changed.
+    EXPECT_EQ(heard.filter("Updated"), QStringList());
+    EXPECT_EQ(lines(host->menu()),
+              QStringList({"Open Manager\u2026", "-", "[x] Silent Mode", "[x] Track All Sessions",
+                           "[ ] Track Only wyrn Sessions", "-", "(Sessions)", "api \u2014 pts/1 (muted)",
+                           "> Jump to Terminal", "> Unmute Notifications", "-", "Quit Pelorin"}));
+    registry.unregister("s");
+    EXPECT_TRUE(hears("LayoutUpdated(3, 0)"));
+}
+
 TEST_F(OnTheBus, TellsDesktopsHowToDrawSubmenusAndKeys) {
     registry.registerSession(session("s", "api"));
     menu->rebuildMenu();

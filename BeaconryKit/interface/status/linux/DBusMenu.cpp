@@ -66,9 +66,16 @@ QStringList namesMissing(const QVariantMap& properties, const QVariantMap& other
 
 } // namespace
 
-DBusMenu::DBusMenu(std::function<void(const MenuItem&)> onTriggered)
-    : m_onTriggered(std::move(onTriggered)), m_tree(treeOf({})) {
+DBusMenu::DBusMenu(std::function<void(const MenuItem&)> onTriggered) : m_onTriggered(std::move(onTriggered)) {
     registerDBusMenuTypes();
+}
+
+const DBusMenu::Tree& DBusMenu::tree() {
+    if (const auto menu = std::exchange(m_unreadMenu, std::nullopt)) {
+        m_tree = treeOf(*menu);
+        ++m_revision;
+    }
+    return m_tree;
 }
 
 DBusMenu::Tree DBusMenu::treeOf(const Menu& menu) {
@@ -105,6 +112,10 @@ void DBusMenu::addChildren(Tree& tree, int parentId, const Menu& menu) {
 }
 
 void DBusMenu::setMenu(const Menu& menu) {
+    if (m_unreadMenu) {
+        m_unreadMenu = menu;
+        return;
+    }
     const Tree previous = std::exchange(m_tree, treeOf(menu));
     announceProperties(previous);
     if (!hasLayoutOf(previous))
@@ -164,7 +175,7 @@ uint DBusMenu::GetLayout(int parentId, int recursionDepth, const QStringList& pr
 
 QList<DBusMenuItemProperties> DBusMenu::GetGroupProperties(const QList<int>& ids, const QStringList& propertyNames) {
     QList<DBusMenuItemProperties> properties;
-    for (const auto& [id, node] : m_tree.nodes) {
+    for (const auto& [id, node] : tree().nodes) {
         if (ids.isEmpty() || ids.contains(id))
             properties << DBusMenuItemProperties{id, selected(node.properties, propertyNames)};
     }

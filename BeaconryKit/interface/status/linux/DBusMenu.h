@@ -8,12 +8,14 @@
 
 #include <functional>
 #include <map>
+#include <optional>
 
 namespace pelorin {
 
 /// A menu that a desktop reads and draws, as an object on the bus. An item keeps its number as long as the menu holds
-/// it, and no number is given twice: a click on an item that has gone meanwhile reaches no other one. Its owner puts it
-/// on the bus with its scriptable members. Lives on the main thread.
+/// it, and no number is given twice: a click on an item that has gone meanwhile reaches no other one. What the desktop
+/// reads is made when it first asks. Its owner puts it on the bus with its scriptable members. Lives on the main
+/// thread.
 class DBusMenu final : public QObject, protected QDBusContext {
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "com.canonical.dbusmenu")
@@ -26,7 +28,7 @@ public:
     /// `onTriggered` is told which item the user has chosen, within the desktop's call; it is enabled.
     explicit DBusMenu(std::function<void(const MenuItem& item)> onTriggered);
 
-    /// Replaces the menu, and tells desktops what has changed.
+    /// Replaces the menu, and tells desktops what has changed once one has asked for it.
     void setMenu(const Menu& menu);
 
     static uint version() { return 3; }
@@ -86,10 +88,13 @@ private:
     bool hasLayoutOf(const Tree& previous) const;
     DBusMenuLayoutItem layout(int id, int recursionDepth, const QStringList& propertyNames) const;
     void handleEvent(int id, const QString& eventId);
-    bool isKnown(int id) const { return m_tree.nodes.contains(id); }
+    const Tree& tree();
+    bool isKnown(int id) { return tree().nodes.contains(id); }
     bool requireItem(int id);
 
     std::function<void(const MenuItem&)> m_onTriggered;
+    // Until somebody asks.
+    std::optional<Menu> m_unreadMenu = Menu();
     Tree m_tree;
     int m_lastId = 0;
     uint m_revision = 1;

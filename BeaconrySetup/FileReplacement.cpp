@@ -1,6 +1,7 @@
 #include "BeaconrySetup/FileReplacement.h"
 
 #include "BeaconryBase/FileDescriptor.h"
+#include "BeaconryBase/MadeFolders.h"
 #include "BeaconrySetup/LeftOvers.h"
 #include "BeaconrySetup/OpenWriter.h"
 
@@ -333,12 +334,6 @@ bool makeFolders(const std::string& path) {
     return true;
 }
 
-void removeFolders(const std::string& path, std::size_t count) {
-    std::string folder = folderOf(path);
-    for (; count > 0 && rmdir(folder.c_str()) == 0; --count)
-        folder = folderOf(folder);
-}
-
 bool keepCopy(const std::string& path, const Found& found, const std::string& like) {
     if (path.empty() || isThere(path))
         return true;
@@ -353,7 +348,7 @@ Placing place(const std::string& path, const Found& found, const DesiredFile& de
     if (!desired.text) {
         const Placing placing = takeAway(path, *found.state.text, pause);
         if (placing == Placing::done)
-            removeFolders(path, desired.foldersToRemove);
+            removeEmptyFolders(path, desired.foldersToRemove);
         return placing;
     }
     SiblingFile sibling(path);

@@ -1,5 +1,6 @@
 #include "BeaconrySetup/Setup.h"
 
+#include "BeaconryBase/MadeFolders.h"
 #include "BeaconrySetup/FileReplacement.h"
 #include "BeaconrySetup/SettingsEdit.h"
 #include "BeaconrySetup/UnifiedDifference.h"
@@ -115,12 +116,6 @@ private:
         if (!state.text || !state.text->starts_with(m_target.textStart))
             return DesiredFile{state.text};
         return DesiredFile{std::nullopt, madeFolders(*state.text)};
-    }
-
-    static std::size_t madeFolders(std::string_view text) {
-        const std::size_t lastSign = text.find_last_not_of('\n');
-        const std::size_t lineEnds = text.size() - (lastSign == std::string_view::npos ? 0 : lastSign + 1);
-        return lineEnds == 0 ? 0 : lineEnds - 1;
     }
 
     Report status() const {

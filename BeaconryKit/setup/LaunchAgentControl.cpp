@@ -1,5 +1,6 @@
 #include "BeaconryKit/setup/LaunchAgentControl.h"
 
+#include "BeaconryBase/MadeFolders.h"
 #include "BeaconryBase/UserFolders.h"
 
 #include <QDir>
@@ -7,6 +8,13 @@
 #include <QFileInfo>
 
 namespace pelorin {
+
+namespace {
+
+// Of what stands in the entry's place, no more is read.
+constexpr qint64 entrySizeLimit = 65536;
+
+} // namespace
 
 LaunchAgentControl::Dependencies LaunchAgentControl::Dependencies::ofProcess() {
     Dependencies dependencies;
@@ -42,8 +50,14 @@ std::optional<QString> LaunchAgentControl::uninstall(const Dependencies& depende
             return outcome.error();
     }
     QFile file(path);
-    if (file.remove())
+    // Opening what is no ordinary file may wait for ever.
+    const bool isRead = QFileInfo(file).isFile() && file.open(QIODevice::ReadOnly);
+    const std::size_t folders = isRead ? madeFolders(file.read(entrySizeLimit).toStdString()) : 0;
+    file.close();
+    if (file.remove()) {
+        removeEmptyFolders(QFile::encodeName(path).toStdString(), folders);
         return std::nullopt;
+    }
     return QStringLiteral("Stopped the login auto-start but couldn't delete %1: %2").arg(path, file.errorString());
 }
 

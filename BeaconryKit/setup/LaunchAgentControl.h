@@ -33,8 +33,8 @@ public:
     /// Whether it exists.
     static bool isInstalled(const Dependencies& dependencies = Dependencies::ofProcess());
 
-    /// Stops what the file has started, and removes the file. Nothing on success and when there is no such file, else a
-    /// message for the user.
+    /// Stops what the file has started, and removes the file with the empty folders that were made for it. Nothing on
+    /// success and when there is no such file, else a message for the user.
     static std::optional<QString> uninstall(const Dependencies& dependencies = Dependencies::ofProcess());
 };
 

@@ -44,7 +44,8 @@ TEST(HookSetup, UninstallsClaudeCodeAndTheStartAtLoginAndNothingElse) {
     EXPECT_TRUE(fs::exists(entry));
     dispatch.advance(HookSetup::launchAgentDelay);
     EXPECT_EQ(setup.message(), QStringLiteral("Removed the Claude Code hooks and login auto-start."));
-    EXPECT_FALSE(fs::exists(entry));
+    // The folders were made for the entry.
+    EXPECT_FALSE(fs::exists(home.path() / ".config"));
     EXPECT_TRUE(fs::exists(home.path() / ".codex/hooks.json"));
 }
 

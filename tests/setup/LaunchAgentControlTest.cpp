@@ -75,6 +75,23 @@ TEST_F(LaunchAgentControlTest, StartsNothingWhenThereIsNothingToRemove) {
     EXPECT_EQ(toldTool(), "");
 }
 
+TEST_F(LaunchAgentControlTest, RemovesTheEmptyFoldersThatWereMadeForTheFile) {
+    const auto folders = folder() / "made/for/it";
+    auto deep = dependencies();
+    deep.plistPath = QString::fromStdString((folders / "agent.plist").string());
+    fs::create_directories(folders);
+    // The installer tells by empty lines how many folders it has made.
+    std::ofstream(folders / "agent.plist") << "text\n\n\n";
+    EXPECT_EQ(LaunchAgentControl::uninstall(deep), std::nullopt);
+    EXPECT_FALSE(fs::exists(folder() / "made/for"));
+    EXPECT_TRUE(fs::exists(folder() / "made"));
+    fs::create_directories(folders);
+    std::ofstream(folders / "agent.plist") << "text\n\n";
+    std::ofstream(folders / "other") << "";
+    EXPECT_EQ(LaunchAgentControl::uninstall(deep), std::nullopt);
+    EXPECT_TRUE(fs::exists(folders / "other"));
+}
+
 TEST_F(LaunchAgentControlTest, UnloadsAndRemovesTheFileWhateverTheToolSays) {
     std::ofstream(agent()) << "";
     EXPECT_EQ(LaunchAgentControl::uninstall(dependencies()), std::nullopt);

@@ -1,6 +1,8 @@
 #include "BeaconryKit/interface/status/linux/MenuPopup.h"
 
+#include <QFontMetrics>
 #include <QGuiApplication>
+#include <QPalette>
 #include <QPointer>
 #include <QScreen>
 #include <QTest>
@@ -95,6 +97,84 @@ TEST_F(MenuPopupTest, ASecondClickFoldsItsSubmenu) {
     click("one");
     EXPECT_TRUE(popup->itemRect("Jump to one").isEmpty());
     EXPECT_TRUE(isOpen());
+}
+
+TEST_F(MenuPopupTest, TheItemStaysUnderThePointerThatUnfoldsIt) {
+    const auto screenTop = [this](const QString& title) {
+        return popup->mapToGlobal(popup->itemRect(title).topLeft()).y();
+    };
+    open(sampleMenu(), QPoint(10, 100));
+    for (const QString title : {"one", "two", "one", "one"}) {
+        const int before = screenTop(title);
+        click(title);
+        EXPECT_EQ(screenTop(title), before) << title.toStdString();
+    }
+    popup->close();
+    // Where there is no room below, the submenu is above.
+    open(sampleMenu(), QGuiApplication::primaryScreen()->geometry().bottomRight());
+    for (const QString title : {"one", "two", "one"}) {
+        const int before = screenTop(title);
+        click(title);
+        EXPECT_EQ(screenTop(title), before) << title.toStdString();
+    }
+    EXPECT_EQ(popup->itemRect("Jump to one").bottom() + 1, popup->itemRect("one").top());
+    click("Jump to one");
+    EXPECT_EQ(chosen, QStringList("Jump to one"));
+}
+
+TEST_F(MenuPopupTest, ADoubleClickUnfoldsAndDoesNoMore) {
+    open();
+    QTest::mouseDClick(popup, Qt::LeftButton, {}, popup->itemRect("two").center());
+    EXPECT_FALSE(popup->itemRect("Jump to two").isEmpty());
+    EXPECT_TRUE(isOpen());
+    EXPECT_EQ(chosen, QStringList());
+}
+
+TEST_F(MenuPopupTest, TheKeyBesideAnItemChoosesIt) {
+    open();
+    press({Qt::Key_Q});
+    QTest::keyClick(popup, Qt::Key_Q, Qt::ControlModifier | Qt::ShiftModifier);
+    QTest::keyClick(popup, Qt::Key_W, Qt::ControlModifier);
+    EXPECT_TRUE(isOpen());
+    QTest::keyClick(popup, Qt::Key_Q, Qt::ControlModifier);
+    EXPECT_EQ(chosen, QStringList("Quit"));
+    EXPECT_FALSE(isOpen());
+}
+
+TEST_F(MenuPopupTest, TitlesHaveTheRoomTheyNeed) {
+    const QFont before = QGuiApplication::font();
+    const QStringList titles = {"Track Only wyrn Sessions", "\u2B51 api — pts/12 (muted) [Auto-deny]",
+                                "Unmute Notifications", "Quit Pelorin"};
+    for (qreal size = 7; size <= 16; size += 0.25) {
+        QFont font = before;
+        font.setPointSizeF(size);
+        QGuiApplication::setFont(font);
+        for (const QString& title : titles) {
+            open({{.title = title, .action = MenuAction::openManager}});
+            const auto [needed, given] = popup->titleWidths(title);
+            EXPECT_GT(needed, 0);
+            EXPECT_LE(needed, given) << title.toStdString() << " at " << size;
+            delete popup;
+        }
+    }
+    QGuiApplication::setFont(before);
+}
+
+TEST_F(MenuPopupTest, DrawsTheStarItself) {
+    const auto starPixel = [this](const QString& title) {
+        open({{.title = title, .action = MenuAction::openManager}});
+        EXPECT_TRUE(QTest::qWaitForWindowExposed(popup));
+        const QImage image = popup->screen()->grabWindow(popup->winId()).toImage();
+        const QRect row = popup->itemRect(title);
+        // In the middle of the square in front of the text, where a sign that the font lacks is an empty box.
+        const QPoint place(24 + QFontMetrics(QGuiApplication::font()).height() / 2, row.center().y() + 1);
+        const QRgb pixel = image.pixel(place * image.devicePixelRatio());
+        delete popup;
+        return pixel;
+    };
+    const QPalette palette = QGuiApplication::palette();
+    EXPECT_EQ(starPixel("\u2B51 "), palette.color(QPalette::WindowText).rgb());
+    EXPECT_EQ(starPixel(""), palette.color(QPalette::Window).rgb());
 }
 
 TEST_F(MenuPopupTest, TheKeyboardGoesAllTheWay) {

@@ -7,6 +7,7 @@
 #include "tests/support/tray/TestBus.h"
 
 #include "BeaconryKit/interface/status/linux/MenuPopup.h"
+#include "BeaconryKit/interface/status/linux/TipWindow.h"
 #include "BeaconryKit/interface/status/linux/TrayIcon.h"
 
 #include <QFile>
@@ -88,23 +89,43 @@ protected:
     bool isDocked() {
         return eventually([this] { return icon.isDocked() && !window("^Pelorin").isEmpty(); });
     }
-    /// How much of the icon's place on the screen is nearly white, in pixels.
-    static int whitePixels() {
+    static QImage iconOnScreen() {
         const QStringList place = xdotool({"getwindowgeometry", "--shell", window("^Pelorin")}).split('\n');
         const auto number = [&](const char* name) {
             return place.filter(QRegularExpression(QStringLiteral("^%1=").arg(name))).value(0).section('=', 1).toInt();
         };
-        const QImage image = QGuiApplication::primaryScreen()
-                                 ->grabWindow(0, number("X"), number("Y"), number("WIDTH"), number("HEIGHT"))
-                                 .toImage();
-        int white = 0;
+        return QGuiApplication::primaryScreen()
+            ->grabWindow(0, number("X"), number("Y"), number("WIDTH"), number("HEIGHT"))
+            .toImage();
+    }
+    /// How many of the pixels of the icon's place on the screen are so.
+    static int iconPixels(bool (*isCounted)(QRgb)) {
+        const QImage image = iconOnScreen();
+        int counted = 0;
         for (int y = 0; y < image.height(); ++y) {
             for (int x = 0; x < image.width(); ++x)
-                white += qGray(image.pixel(x, y)) > 240 ? 1 : 0;
+                counted += isCounted(image.pixel(x, y)) ? 1 : 0;
         }
-        return white;
+        return counted;
+    }
+    static int whitePixels() {
+        return iconPixels([](QRgb pixel) { return qGray(pixel) > 240; });
+    }
+    static int redPixels() {
+        return iconPixels([](QRgb pixel) { return qRed(pixel) > 150 && qGreen(pixel) < 60; });
+    }
+    /// For a look at what is drawn: into the folder that the environment names, if it names one.
+    static void savePicture(const QString& name) {
+        const QString folder = qEnvironmentVariable("PELORIN_TRAY_PICTURES");
+        if (!folder.isEmpty())
+            QGuiApplication::primaryScreen()->grabWindow(0).save(folder + u'/' + name + QStringLiteral(".png"));
     }
     static void clickOnIcon() { xdotool({"mousemove", "--window", window("^Pelorin"), "10", "10", "click", "1"}); }
+
+    bool opensMenu() {
+        clickOnIcon();
+        return eventually([this] { return icon.popup() && icon.popup()->isExposed(); });
+    }
 
     std::vector<MenuAction> triggered;
     TrayIcon icon;
@@ -145,14 +166,87 @@ TEST_F(TrayX11Test, ShowsThePictureAndNamesTheCount) {
     EXPECT_FALSE(window("^Pelorin 3$").isEmpty());
 }
 
+TEST_F(TrayX11Test, DrawsTheCount) {
+    const Tray tray;
+    icon.setWanted(true);
+    ASSERT_TRUE(isDocked());
+    ASSERT_TRUE(eventually([] { return whitePixels() > 20; }));
+    EXPECT_EQ(redPixels(), 0);
+    icon.setIcon({"bell", " 3", ImagePosition::imageLeading});
+    EXPECT_TRUE(eventually([] { return redPixels() > 40; }));
+    const int narrow = redPixels();
+    savePicture("count");
+    icon.setIcon({"bell", " 1234", ImagePosition::imageLeading});
+    EXPECT_TRUE(eventually([&] { return redPixels() > narrow; }));
+    savePicture("large-count");
+    icon.setIcon({"bell", "", ImagePosition::imageOnly});
+    EXPECT_TRUE(eventually([] { return redPixels() == 0; }));
+}
+
+TEST_F(TrayX11Test, SaysWhatItIsWhileThePointerIsOnIt) {
+    const Tray tray;
+    icon.setWanted(true);
+    ASSERT_TRUE(isDocked());
+    icon.setIcon({"bell", " 3", ImagePosition::imageLeading});
+    xdotool({"mousemove", "--window", window("^Pelorin"), "10", "10"});
+    EXPECT_TRUE(eventually([&] { return icon.tip() && icon.tip()->isExposed(); }));
+    EXPECT_EQ(icon.tip()->text(), QStringLiteral("Pelorin 3"));
+    savePicture("tip");
+    icon.setIcon({"bell", "", ImagePosition::imageOnly});
+    EXPECT_EQ(icon.tip()->text(), QStringLiteral("Pelorin"));
+    xdotool({"mousemove", "5", "5"});
+    EXPECT_TRUE(eventually([&] { return !icon.tip(); }));
+    ASSERT_TRUE(opensMenu());
+    EXPECT_FALSE(icon.tip());
+}
+
+TEST_F(TrayX11Test, ADoubleClickOnASessionMutesNothing) {
+    const Tray tray;
+    icon.setWanted(true);
+    ASSERT_TRUE(isDocked());
+    ASSERT_TRUE(opensMenu());
+    const QString session = QStringLiteral("api — pts/1");
+    const QPoint place = icon.popup()->mapToGlobal(icon.popup()->itemRect(session).center());
+    xdotool({"mousemove", QString::number(place.x()), QString::number(place.y()), "click", "--repeat", "2", "--delay",
+             "60", "1"});
+    EXPECT_TRUE(eventually([&] { return !icon.popup() || !icon.popup()->itemRect("Jump to Terminal").isEmpty(); }));
+    ASSERT_TRUE(icon.popup());
+    EXPECT_EQ(icon.popup()->mapToGlobal(icon.popup()->itemRect(session).center()), place);
+    savePicture("unfolded");
+    EXPECT_TRUE(triggered.empty());
+    xdotool({"key", "ctrl+q"});
+    EXPECT_TRUE(eventually([&] { return triggered == std::vector{MenuAction::quit}; }));
+}
+
+TEST_F(TrayX11Test, TheMenuStaysInFrontOfAWindowThatOpens) {
+    const Tray tray;
+    icon.setWanted(true);
+    ASSERT_TRUE(isDocked());
+    ASSERT_TRUE(opensMenu());
+    const QRect place = icon.popup()->geometry();
+    const auto picture = [&] {
+        return QGuiApplication::primaryScreen()
+            ->grabWindow(0, place.x(), place.y(), place.width(), place.height())
+            .toImage();
+    };
+    const QImage before = picture();
+    QWindow other;
+    other.setTitle("Other");
+    other.setGeometry(QRect(place.topLeft() - QPoint(50, 50), place.size() + QSize(100, 100)));
+    other.show();
+    ASSERT_TRUE(eventually([&] { return other.isExposed() && !window("^Other$").isEmpty(); }));
+    savePicture("other-window");
+    EXPECT_TRUE(eventually([&] { return picture() == before; }));
+    xdotool({"mousemove", QString::number(place.x() - 20), QString::number(place.y() + 20), "click", "1"});
+    EXPECT_TRUE(eventually([&] { return !icon.popup(); }));
+}
+
 TEST_F(TrayX11Test, AClickOpensTheMenuAndAClickThereChooses) {
     const Tray tray;
     icon.setWanted(true);
     ASSERT_TRUE(isDocked());
-    clickOnIcon();
-    ASSERT_TRUE(eventually([&] { return icon.popup() && icon.popup()->isExposed(); }));
-    if (const QByteArray file = qgetenv("PELORIN_TRAY_PICTURE"); !file.isEmpty())
-        QGuiApplication::primaryScreen()->grabWindow(0).save(file);
+    ASSERT_TRUE(opensMenu());
+    savePicture("menu");
     const QPoint place = icon.popup()->mapToGlobal(icon.popup()->itemRect("Quit").center());
     xdotool({"mousemove", QString::number(place.x()), QString::number(place.y()), "click", "1"});
     EXPECT_TRUE(eventually([&] { return triggered == std::vector{MenuAction::quit}; }));
@@ -163,12 +257,10 @@ TEST_F(TrayX11Test, AClickElsewhereOrEscapeClosesTheMenu) {
     const Tray tray;
     icon.setWanted(true);
     ASSERT_TRUE(isDocked());
-    clickOnIcon();
-    ASSERT_TRUE(eventually([&] { return icon.popup() && icon.popup()->isExposed(); }));
+    ASSERT_TRUE(opensMenu());
     xdotool({"mousemove", "5", "5", "click", "1"});
     EXPECT_TRUE(eventually([&] { return !icon.popup(); }));
-    clickOnIcon();
-    ASSERT_TRUE(eventually([&] { return icon.popup() && icon.popup()->isExposed(); }));
+    ASSERT_TRUE(opensMenu());
     xdotool({"key", "Escape"});
     EXPECT_TRUE(eventually([&] { return !icon.popup(); }));
     EXPECT_TRUE(triggered.empty());

@@ -8,8 +8,11 @@
 #include <QPainterPath>
 #include <QPalette>
 #include <QScreen>
+#include <QStyleHints>
+#include <QtMath>
 
 #include <algorithm>
+#include <cmath>
 
 namespace pelorin {
 
@@ -23,6 +26,26 @@ constexpr int widest = 520;
 
 QFontMetrics metrics() {
     return QFontMetrics(QGuiApplication::font());
+}
+
+/// The mark of a session that was opted in, which many fonts don't have: it is drawn.
+const auto starMark = QStringLiteral("\u2B51 ");
+
+bool hasStar(const QString& title) {
+    return title.startsWith(starMark);
+}
+
+QString textOf(const QString& title) {
+    return hasStar(title) ? title.sliced(starMark.size()) : title;
+}
+
+int starWidth(const QString& title) {
+    return hasStar(title) ? metrics().height() : 0;
+}
+
+int widthOf(const QString& text) {
+    // A text is drawn in fractions of a pixel, and cut where it has a fraction too little.
+    return qCeil(QFontMetricsF(QGuiApplication::font()).horizontalAdvance(text)) + 1;
 }
 
 QString keyText(const MenuItem& item) {
@@ -39,12 +62,47 @@ QPainterPath checkMark(const QRectF& box) {
     return path;
 }
 
-QPainterPath foldMark(const QRectF& box, bool isUnfolded) {
+/// Points to the right, or to where the submenu is.
+QPainterPath foldMark(const QRectF& box, bool isUnfolded, bool growsUp) {
     QPainterPath path;
-    path.moveTo(box.topLeft());
-    path.lineTo(isUnfolded ? QPointF(box.center().x(), box.bottom()) : QPointF(box.right(), box.center().y()));
-    path.lineTo(isUnfolded ? box.topRight() : box.bottomLeft());
+    if (!isUnfolded)
+        path.addPolygon(QPolygonF({box.topLeft(), {box.right(), box.center().y()}, box.bottomLeft()}));
+    else if (growsUp)
+        path.addPolygon(QPolygonF({box.bottomLeft(), {box.center().x(), box.top()}, box.bottomRight()}));
+    else
+        path.addPolygon(QPolygonF({box.topLeft(), {box.center().x(), box.bottom()}, box.topRight()}));
     return path;
+}
+
+QPainterPath star(const QRectF& box) {
+    constexpr int points = 5;
+    constexpr qreal innerRadius = 0.4;
+    QPolygonF outline;
+    for (int corner = 0; corner < 2 * points; ++corner) {
+        const qreal angle = corner * M_PI / points;
+        const qreal radius = box.width() / 2 * (corner % 2 == 0 ? 1 : innerRadius);
+        outline << box.center() + QPointF(std::sin(angle), -std::cos(angle)) * radius;
+    }
+    outline << outline.first();
+    QPainterPath path;
+    path.addPolygon(outline);
+    return path;
+}
+
+int widthFor(const MenuItem& item, int depth) {
+    const QString key = keyText(item);
+    int width = gutter * (2 + depth) + starWidth(item.title) + widthOf(textOf(item.title)) +
+                (key.isEmpty() ? 0 : gutter + widthOf(key));
+    // The submenu has its room before it unfolds.
+    for (const MenuItem& child : item.submenu)
+        width = std::max(width, widthFor(child, depth + 1));
+    return width;
+}
+
+/// The screen that the point is on, or the primary one.
+QRect screenAt(const QPoint& place) {
+    const QScreen* screen = QGuiApplication::screenAt(place);
+    return (screen ? screen : QGuiApplication::primaryScreen())->geometry();
 }
 
 QRectF squareAt(const QPointF& middle, qreal side) {
@@ -76,45 +134,68 @@ void MenuPopup::layOut() {
     addRows(m_menu, 0, top);
     m_contentHeight = top + edge;
     int width = 0;
-    for (const Row& row : m_rows)
-        width = std::max(width, widthFor(row));
+    for (const MenuItem& item : m_menu)
+        width = std::max(width, widthFor(item, 0));
     width = std::min(width, widest);
     for (Row& row : m_rows)
         row.rect.setWidth(width);
-    place();
+}
+
+std::pair<int, int> MenuPopup::titleWidths(const QString& title) const {
+    const auto row = std::ranges::find_if(m_rows, [&](const Row& each) { return each.item->title == title; });
+    return row == m_rows.end() ? std::pair(0, 0) : std::pair(widthOf(textOf(title)), titleRect(*row).width());
 }
 
 void MenuPopup::addRows(const Menu& menu, int depth, int& top) {
     for (const MenuItem& item : menu) {
-        const int height =
-            item.kind == MenuItem::Kind::separator ? separatorHeight : metrics().height() + 2 * rowPadding;
-        m_rows.push_back({&item, depth, QRect(0, top, 0, height)});
-        top += height;
-        if (&item == m_unfolded)
+        const bool isUnfolded = &item == m_unfolded;
+        if (isUnfolded && m_growsUp)
+            addRows(item.submenu, depth + 1, top);
+        addRow(item, depth, top);
+        if (isUnfolded && !m_growsUp)
             addRows(item.submenu, depth + 1, top);
     }
 }
 
-int MenuPopup::widthFor(const Row& row) const {
-    const QString key = keyText(*row.item);
-    return gutter * (2 + row.depth) + metrics().horizontalAdvance(row.item->title) +
-           (key.isEmpty() ? 0 : gutter + metrics().horizontalAdvance(key));
+void MenuPopup::addRow(const MenuItem& item, int depth, int& top) {
+    const int height = item.kind == MenuItem::Kind::separator ? separatorHeight : metrics().height() + 2 * rowPadding;
+    m_rows.push_back({&item, depth, QRect(0, top, 0, height)});
+    top += height;
+}
+
+QRect MenuPopup::titleRect(const Row& row) const {
+    return row.rect.adjusted(gutter * (1 + row.depth) + starWidth(row.item->title), 0, -gutter, 0);
 }
 
 // Grows away from the nearest edges of the screen, and scrolls where it is higher than the screen.
 void MenuPopup::place() {
-    const QScreen* screen = QGuiApplication::screenAt(m_place);
-    const QRect room = (screen ? screen : QGuiApplication::primaryScreen())->geometry();
+    const QRect room = screenAt(m_place);
     const QSize size(m_rows.empty() ? 0 : m_rows.front().rect.width(), std::min(m_contentHeight, room.height()));
     QPoint corner = m_place;
     if (corner.x() + size.width() > room.right())
         corner.rx() -= size.width();
-    if (corner.y() + size.height() > room.bottom())
+    m_growsUp = corner.y() + size.height() > room.bottom();
+    if (m_growsUp)
         corner.ry() -= size.height();
     corner.setX(std::clamp(corner.x(), room.left(), std::max(room.left(), room.right() + 1 - size.width())));
     corner.setY(std::clamp(corner.y(), room.top(), std::max(room.top(), room.bottom() + 1 - size.height())));
     setGeometry(QRect(corner, size));
     scrollTo(m_scrollTop);
+}
+
+// The item keeps its height on the screen, wherever there is room for that.
+void MenuPopup::keepInPlace(const MenuItem* item, int screenTop) {
+    const QRect room = screenAt(m_place);
+    const int height = std::min(m_contentHeight, room.height());
+    const int itemTop = m_rows[indexOf(item)].rect.top();
+    const int top = std::clamp(screenTop - itemTop, room.top(), room.bottom() + 1 - height);
+    setGeometry(x(), top, width(), height);
+    scrollTo(itemTop - (screenTop - top));
+}
+
+std::size_t MenuPopup::indexOf(const MenuItem* item) const {
+    const auto row = std::ranges::find(m_rows, item, &Row::item);
+    return static_cast<std::size_t>(row - m_rows.begin());
 }
 
 void MenuPopup::exposeEvent(QExposeEvent* event) {
@@ -160,13 +241,16 @@ void MenuPopup::paintRow(QPainter& painter, const Row& row, bool isCurrent) cons
     if (item.checkState == CheckState::on)
         painter.drawPath(checkMark(squareAt(QPointF(gutter / 2.0, middle), 8)));
     if (!item.submenu.empty())
-        painter.fillPath(foldMark(squareAt(QPointF(row.rect.right() - gutter / 2.0, middle), 7), &item == m_unfolded),
-                         colour);
+        painter.fillPath(
+            foldMark(squareAt(QPointF(row.rect.right() - gutter / 2.0, middle), 7), &item == m_unfolded, m_growsUp),
+            colour);
     painter.setPen(colour);
-    const QRect text = row.rect.adjusted(gutter * (1 + row.depth), 0, -gutter, 0);
+    const QRect text = titleRect(row);
+    if (const int side = starWidth(item.title); side > 0)
+        painter.fillPath(star(squareAt(QPointF(text.left() - side / 2.0, middle), side * 0.7)), colour);
     painter.drawText(text, Qt::AlignVCenter | Qt::AlignRight, keyText(item));
     painter.drawText(text, Qt::AlignVCenter | Qt::AlignLeft,
-                     metrics().elidedText(item.title, Qt::ElideRight, text.width()));
+                     metrics().elidedText(textOf(item.title), Qt::ElideRight, text.width()));
 }
 
 std::optional<std::size_t> MenuPopup::rowAt(const QPoint& position) const {
@@ -211,20 +295,19 @@ void MenuPopup::scrollTo(int top) {
     update();
 }
 
-void MenuPopup::setUnfolded(const MenuItem* item) {
-    m_unfolded = item;
+void MenuPopup::toggleSubmenu(const MenuItem& item) {
+    const int screenTop = y() + m_rows[indexOf(&item)].rect.top() - m_scrollTop;
+    m_unfolded = &item == m_unfolded ? nullptr : &item;
     m_current.reset();
     layOut();
-    update();
+    keepInPlace(&item, screenTop);
+    setCurrent(indexOf(&item));
 }
 
 void MenuPopup::choose(std::size_t row) {
     const MenuItem& item = *m_rows[row].item;
-    if (!item.submenu.empty()) {
-        setUnfolded(&item == m_unfolded ? nullptr : &item);
-        setCurrent(static_cast<std::size_t>(&item - m_menu.data()));
-        return;
-    }
+    if (!item.submenu.empty())
+        return toggleSubmenu(item);
     finish();
     m_onChosen(item);
 }
@@ -243,23 +326,48 @@ void MenuPopup::mouseMoveEvent(QMouseEvent* event) {
 }
 
 void MenuPopup::mousePressEvent(QMouseEvent* event) {
-    m_pressedInside = QRect(QPoint(), size()).contains(event->position().toPoint());
-    if (!m_pressedInside)
-        finish();
+    const bool isInside = QRect(QPoint(), size()).contains(event->position().toPoint());
+    if (!isInside)
+        return finish();
+    // Whoever clicks twice has not seen yet what the first click has unfolded.
+    const auto patience = static_cast<quint64>(QGuiApplication::styleHints()->mouseDoubleClickInterval());
+    m_pressedInside = m_lastUnfolding == 0 || event->timestamp() - m_lastUnfolding >= patience;
 }
 
 // Releasing the button that opened the menu over an item chooses nothing.
 void MenuPopup::mouseReleaseEvent(QMouseEvent* event) {
     const auto row = rowAt(event->position().toPoint());
-    if (std::exchange(m_pressedInside, false) && row)
-        choose(*row);
+    if (!std::exchange(m_pressedInside, false) || !row)
+        return;
+    const bool folds = !m_rows[*row].item->submenu.empty();
+    choose(*row);
+    if (folds)
+        m_lastUnfolding = event->timestamp();
 }
 
 void MenuPopup::wheelEvent(QWheelEvent* event) {
     scrollTo(m_scrollTop - event->angleDelta().y() / 3);
 }
 
+const MenuItem* MenuPopup::itemWithKey(const Menu& menu, const QString& key) {
+    const auto item = std::ranges::find_if(menu, [&](const MenuItem& each) {
+        return each.isEnabled && !each.keyEquivalent.isEmpty() && each.keyEquivalent == key;
+    });
+    return item == menu.end() ? nullptr : &*item;
+}
+
+bool MenuPopup::chooseByKey(const QKeyEvent& event) {
+    if (event.modifiers() != Qt::ControlModifier)
+        return false;
+    const MenuItem* const item = itemWithKey(m_menu, QKeySequence(event.key()).toString().toLower());
+    if (item)
+        choose(indexOf(item));
+    return item;
+}
+
 void MenuPopup::keyPressEvent(QKeyEvent* event) {
+    if (chooseByKey(*event))
+        return;
     switch (event->key()) {
     case Qt::Key_Escape:
         return finish();

@@ -2,6 +2,7 @@
 
 #include "BeaconryKit/interface/status/linux/MenuPopup.h"
 #include "BeaconryKit/interface/status/linux/StatusPixmaps.h"
+#include "BeaconryKit/interface/status/linux/TipWindow.h"
 #include "BeaconryKit/platform/linux/X11Requests.h"
 
 #include <QGuiApplication>
@@ -19,6 +20,10 @@ constexpr std::uint32_t embedVersion = 0;
 constexpr std::uint32_t embedMapped = 1;
 constexpr std::uint16_t firstSide = 24;
 constexpr std::uint8_t depthWithAlpha = 32;
+constexpr qsizetype digitLimit = 2;
+constexpr int smallestDigits = 6;
+/// Dark enough for white digits.
+const QColor countColour(0xc4, 0x1a, 0x1a);
 
 std::uint8_t depthOf(const xcb_screen_t* screen, xcb_visualid_t visual) {
     for (auto depths = xcb_screen_allowed_depths_iterator(screen); depths.rem > 0; xcb_depth_next(&depths)) {
@@ -28,6 +33,31 @@ std::uint8_t depthOf(const xcb_screen_t* screen, xcb_visualid_t visual) {
         }
     }
     return 0;
+}
+
+/// A mark with the number at the lower right: the bell's own badge is above.
+void paintCount(QPainter& painter, const QRect& square, const QString& number) {
+    if (number.isEmpty())
+        return;
+    const QString text = number.size() > digitLimit ? QStringLiteral("99+") : number;
+    const int height = std::max(square.height() * 9 / 16, 10);
+    QFont font = QGuiApplication::font();
+    font.setPixelSize(height - 2);
+    font.setBold(true);
+    const auto textWidth = [&] {
+        return QFontMetrics(font).horizontalAdvance(text) + 4;
+    };
+    while (textWidth() > square.width() && font.pixelSize() > smallestDigits)
+        font.setPixelSize(font.pixelSize() - 1);
+    const int width = std::min(std::max(height, textWidth()), square.width());
+    const QRect mark(square.right() + 1 - width, square.bottom() + 1 - height, width, height);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(countColour);
+    painter.drawRoundedRect(mark, height / 2.0, height / 2.0);
+    painter.setFont(font);
+    painter.setPen(Qt::white);
+    painter.drawText(mark, Qt::AlignCenter, text);
 }
 
 QImage::Format formatOf(std::uint8_t depth) {
@@ -40,8 +70,11 @@ TrayIcon::TrayIcon(xcb_connection_t* connection, int screenNumber)
     : m_connection(connection),
       m_screenNumber(screenNumber),
       m_selection(internAtom(connection, ("_NET_SYSTEM_TRAY_S" + QByteArray::number(screenNumber)).constData())),
-      m_managerMessage(internAtom(connection, "MANAGER")) {
-    // The toolkit listens at the root window, where a tray says that it has started.
+      m_managerMessage(internAtom(connection, "MANAGER")),
+      m_activeWindow(internAtom(connection, "_NET_ACTIVE_WINDOW")),
+      m_stacking(internAtom(connection, "_NET_CLIENT_LIST_STACKING")) {
+    // The toolkit listens at the root window, where a tray says that it has started, and a window manager what is in
+    // front.
     qApp->installNativeEventFilter(this);
 }
 
@@ -63,6 +96,8 @@ void TrayIcon::setIcon(const StatusIcon& icon) {
     if (!m_window)
         return;
     setName();
+    if (m_tip)
+        m_tip->setText(name());
     paint();
 }
 
@@ -101,8 +136,9 @@ void TrayIcon::dock() {
 
 void TrayIcon::createWindow() {
     const xcb_screen_t* const screen = screenOf(m_connection, m_screenNumber);
-    const std::uint32_t events =
-        XCB_EVENT_MASK_EXPOSURE | XCB_EVENT_MASK_BUTTON_PRESS | XCB_EVENT_MASK_STRUCTURE_NOTIFY;
+    const std::uint32_t events = XCB_EVENT_MASK_EXPOSURE | XCB_EVENT_MASK_BUTTON_PRESS |
+                                 XCB_EVENT_MASK_STRUCTURE_NOTIFY | XCB_EVENT_MASK_ENTER_WINDOW |
+                                 XCB_EVENT_MASK_LEAVE_WINDOW;
     const xcb_visualid_t visual = trayVisual();
     m_window = xcb_generate_id(m_connection);
     m_depth = visual == 0 ? 0 : depthOf(screen, visual);
@@ -135,11 +171,15 @@ void TrayIcon::sendDockRequest() const {
     xcb_send_event(m_connection, 0, m_tray, XCB_EVENT_MASK_NO_EVENT, reinterpret_cast<const char*>(&message));
 }
 
+QString TrayIcon::name() const {
+    return QString::fromUtf16(accessibilityDescription) + m_icon.title;
+}
+
 void TrayIcon::setName() const {
-    const QByteArray name = (QString::fromUtf16(accessibilityDescription) + m_icon.title).toUtf8();
-    setText(internAtom(m_connection, "_NET_WM_NAME"), internAtom(m_connection, "UTF8_STRING"), name);
+    const QByteArray text = name().toUtf8();
+    setText(internAtom(m_connection, "_NET_WM_NAME"), internAtom(m_connection, "UTF8_STRING"), text);
     // The count is in ASCII digits: the older property can hold it all.
-    setText(XCB_ATOM_WM_NAME, XCB_ATOM_STRING, name);
+    setText(XCB_ATOM_WM_NAME, XCB_ATOM_STRING, text);
 }
 
 void TrayIcon::setText(std::uint32_t property, std::uint32_t type, const QByteArray& text) const {
@@ -149,6 +189,7 @@ void TrayIcon::setText(std::uint32_t property, std::uint32_t type, const QByteAr
 
 void TrayIcon::undock() {
     m_isDocked = false;
+    m_tip.reset();
     if (const auto window = std::exchange(m_window, 0))
         xcb_destroy_window(m_connection, window);
     if (const auto colormap = std::exchange(m_colormap, 0))
@@ -179,7 +220,9 @@ void TrayIcon::paint() const {
     QImage image = background();
     const int side = std::min(m_size.width(), m_size.height());
     QPainter painter(&image);
-    painter.drawImage((m_size.width() - side) / 2, (m_size.height() - side) / 2, statusImage(m_icon.symbol, side));
+    const QRect square((m_size.width() - side) / 2, (m_size.height() - side) / 2, side, side);
+    painter.drawImage(square.topLeft(), statusImage(m_icon.symbol, side));
+    paintCount(painter, square, m_icon.title.trimmed());
     painter.end();
     put(image);
 }
@@ -238,15 +281,43 @@ bool TrayIcon::nativeEventFilter(const QByteArray&, void* message, qintptr*) {
             openMenu(QPoint(press->root_x, press->root_y));
         break;
     }
+    case XCB_ENTER_NOTIFY: {
+        const auto* const crossing = reinterpret_cast<const xcb_enter_notify_event_t*>(event);
+        if (m_window && crossing->event == m_window && crossing->mode == XCB_NOTIFY_MODE_NORMAL)
+            showTip(QPoint(crossing->root_x, crossing->root_y));
+        break;
+    }
+    case XCB_LEAVE_NOTIFY: {
+        if (m_window && reinterpret_cast<const xcb_leave_notify_event_t*>(event)->event == m_window)
+            m_tip.reset();
+        break;
+    }
+    case XCB_PROPERTY_NOTIFY:
+        keepPopupInFront(reinterpret_cast<const xcb_property_notify_event_t*>(event)->atom);
+        break;
     default:
         break;
     }
     return false;
 }
 
+void TrayIcon::showTip(const QPoint& place) {
+    if (m_popup)
+        return;
+    m_tip = std::make_unique<TipWindow>();
+    m_tip->showAt(place / qApp->devicePixelRatio(), name());
+}
+
+// A window that opens or is raised meanwhile comes above the popup, which no window manager knows.
+void TrayIcon::keepPopupInFront(std::uint32_t changedProperty) const {
+    if (m_popup && (changedProperty == m_activeWindow || changedProperty == m_stacking))
+        m_popup->raise();
+}
+
 void TrayIcon::openMenu(const QPoint& place) {
     if (m_popup)
         return;
+    m_tip.reset();
     m_popup = new MenuPopup(m_menu, [this](const MenuItem& item) {
         if (m_handlers.onTriggered)
             m_handlers.onTriggered(item.action, item.representedObject);

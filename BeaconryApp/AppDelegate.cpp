@@ -81,7 +81,8 @@ void AppDelegate::makeWindows() {
                      .settings = m_settings,
                      .dispatch = m_dependencies.dispatch,
                      .relay = m_relay.client(),
-                     .provisioner = m_relay.provisioner()},
+                     .provisioner = m_relay.provisioner(),
+                     .hooks = m_dependencies.hooks},
         onAction, [this](const SessionInfo& session) { m_answering.show(session); }, engine);
     m_panelController->setEndOfWait([this](const QString& askId) { return m_requestDetails.endOfWait(askId); });
     m_managerController->setEndOfWait([this](const QString& askId) { return m_requestDetails.endOfWait(askId); });

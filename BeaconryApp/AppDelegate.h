@@ -3,6 +3,7 @@
 #include "BeaconryApp/AskAnswering.h"
 #include "BeaconryApp/RelayLink.h"
 
+#include "BeaconryKit/interface/manager/HookSetup.h"
 #include "BeaconryKit/interface/manager/ManagerWindowController.h"
 #include "BeaconryKit/interface/panel/NotchPanelController.h"
 #include "BeaconryKit/interface/status/StatusItem.h"
@@ -53,6 +54,8 @@ struct AppDependencies {
     SocketTransport& sockets;
     /// Makes the item in the system's status bar or tray.
     std::function<std::unique_ptr<StatusItem>()> statusItem = makeStatusItem;
+    /// How the manager window finds the scripts that install and remove the hooks.
+    HookSetupDependencies hooks = HookSetupDependencies::ofProcess();
 };
 
 /// Owns every long-lived object of the application for the whole run and connects them. Lives on the main thread.

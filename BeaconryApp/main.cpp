@@ -1,9 +1,12 @@
 #include "BeaconryApp/AppDelegate.h"
+#include "BeaconryApp/ApplicationPolicy.h"
 #include "BeaconryApp/CommandLine.h"
 #include "BeaconryApp/InstanceChannel.h"
 #include "BeaconryBase/FailedWrites.h"
 #include "BeaconryBase/ServicePort.h"
 
+#include "BeaconryKit/interface/InterfaceEngine.h"
+#include "BeaconryKit/interface/alert/AlertWindow.h"
 #include "BeaconryKit/interface/wayland/CompositorLoss.h"
 #include "BeaconryKit/interface/wayland/DisplayChoice.h"
 #include "BeaconryKit/platform/DescriptorLimit.h"
@@ -14,6 +17,7 @@
 #include "BeaconryKit/terminal/ProcessRunner.h"
 
 #include <QGuiApplication>
+#include <QIcon>
 #include <QQuickWindow>
 
 #include <cstdio>
@@ -28,6 +32,32 @@ pelorin::Display findDisplay(bool platformWasChosenByUser) {
         return pelorin::Display::present;
     std::fputs("pelorin: no display was found; hooks are served without a panel.\n", stderr);
     return pelorin::Display::absent;
+}
+
+/// Whether there are eyes to see a window: the toolkit may draw where nobody looks.
+bool canBeSeen() {
+    const QString platform = QGuiApplication::platformName();
+    return platform != u"offscreen" && platform != u"minimal";
+}
+
+/// How desktops find the program's name and picture: by the entry that it is installed with.
+const auto desktopFileName = QStringLiteral("com.pelorin.manager");
+
+QIcon programIcon() {
+    QIcon icon;
+    for (const int side : {16, 32, 48, 128})
+        icon.addFile(QStringLiteral(":/icons/%1-%2.png").arg(desktopFileName).arg(side), QSize(side, side));
+    return icon;
+}
+
+/// Shows the alert until the user has closed it.
+void showAlert(const pelorin::Alert& alert) {
+    pelorin::InterfaceEngine engine;
+    const QString lines = alert.furtherText.isEmpty() ? QString() : u'\n' + alert.furtherText;
+    pelorin::AlertWindow window(&engine.qml(), alert.messageText, alert.informativeText + lines);
+    QObject::connect(&window, &pelorin::AlertWindow::dismissed, qApp, &QCoreApplication::quit);
+    window.present();
+    QGuiApplication::exec();
 }
 
 } // namespace
@@ -61,8 +91,11 @@ int main(int argc, char** argv) {
     QGuiApplication application(argc, argv);
     QGuiApplication::setApplicationName(QStringLiteral("Pelorin"));
     QGuiApplication::setApplicationVersion(QStringLiteral(PELORIN_VERSION));
+    QGuiApplication::setDesktopFileName(desktopFileName);
+    QGuiApplication::setWindowIcon(programIcon());
     // The application lives on when its last window is hidden.
     QGuiApplication::setQuitOnLastWindowClosed(false);
+    pelorin::becomeAccessory();
     pelorin::raiseDescriptorLimit();
 
     const auto dispatch = pelorin::makeSystemDispatch();
@@ -71,19 +104,24 @@ int main(int argc, char** argv) {
     pelorin::ProcessLauncher launcher;
     const auto raiser = pelorin::makeWindowRaiser();
     pelorin::NetworkTransport network;
+    auto hooks = pelorin::HookSetupDependencies::ofProcess();
+    hooks.installer.programDirectory = QGuiApplication::applicationDirPath();
     pelorin::AppDelegate delegate({.dispatch = *dispatch,
                                    .defaults = *defaults,
                                    .runner = runner,
                                    .launcher = launcher,
                                    .raiser = *raiser,
                                    .http = network,
-                                   .sockets = network});
+                                   .sockets = network,
+                                   .hooks = hooks});
     if (const auto alert = delegate.start(port, findDisplay(platformWasChosenByUser))) {
-        // Where no status item is in sight, starting the program again is how the user gets at the one that runs.
-        pelorin::InstanceChannel::askToShowManager(port, activationToken);
         std::fprintf(stderr, "%s\n%s\n", qUtf8Printable(alert->messageText), qUtf8Printable(alert->informativeText));
         if (!alert->furtherText.isEmpty())
             std::fprintf(stderr, "%s\n", qUtf8Printable(alert->furtherText));
+        // Where no status item is in sight, starting the program again is how the user gets at the one that runs. Its
+        // window is then the answer.
+        if (!pelorin::InstanceChannel::askToShowManager(port, activationToken) && canBeSeen())
+            showAlert(*alert);
         return 1;
     }
     const auto channel = pelorin::InstanceChannel::listen(delegate.port(), [&](const QByteArray& token) {

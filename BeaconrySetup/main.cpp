@@ -1,8 +1,8 @@
 // pelorin-hook-setup: puts Pelorin's hooks into the settings of the AI CLIs, and takes them out again.
 
+#include "BeaconryBase/FailedWrites.h"
 #include "BeaconrySetup/Setup.h"
 
-#include <csignal>
 #include <cstdio>
 #include <optional>
 #include <string>
@@ -61,8 +61,7 @@ int complain(const char* text) {
 } // namespace
 
 int main(int count, char** arguments) {
-    // A write beyond the limit on a file's size fails then, and is told, instead of ending the program half-way.
-    std::signal(SIGXFSZ, SIG_IGN);
+    pelorin::surviveFailedWrites();
     if (count == 2 && std::string_view(arguments[1]) == "--help") {
         std::fputs(usage, stdout);
         return 0;

@@ -5,6 +5,12 @@ if(PELORIN_INTERFACE)
   install(TARGETS pelorin RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
   install(FILES ${CMAKE_CURRENT_LIST_DIR}/com.pelorin.manager.desktop
     DESTINATION ${CMAKE_INSTALL_DATADIR}/applications)
+  set(icons ${CMAKE_INSTALL_DATADIR}/icons/hicolor)
+  foreach(side 16 22 24 32 48 64 128 256)
+    install(FILES ${CMAKE_CURRENT_LIST_DIR}/icons/com.pelorin.manager-${side}.png
+      DESTINATION ${icons}/${side}x${side}/apps RENAME com.pelorin.manager.png)
+  endforeach()
+  install(FILES ${CMAKE_CURRENT_LIST_DIR}/icons/com.pelorin.manager.svg DESTINATION ${icons}/scalable/apps)
 endif()
 
 install(FILES ${CMAKE_CURRENT_LIST_DIR}/copyright DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/pelorin)

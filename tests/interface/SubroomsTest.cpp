@@ -16,6 +16,7 @@ const QHash<QString, QStringList> allowed{
     {"theme", {}},
     {"controls", {"theme"}},
     {"asks", {"theme", "controls"}},
+    {"alert", {"theme", "controls"}},
     {"panel", {"theme", "controls", "asks", "wayland"}},
     {"manager", {"theme", "controls", "asks"}},
     {"status", {"theme"}},

@@ -1,0 +1,11 @@
+#include "BeaconryApp/ApplicationPolicy.h"
+
+#import <AppKit/AppKit.h>
+
+namespace pelorin {
+
+void becomeAccessory() {
+    [[NSApplication sharedApplication] setActivationPolicy:NSApplicationActivationPolicyAccessory];
+}
+
+} // namespace pelorin

@@ -65,7 +65,8 @@ public:
     /// when the frame has been taken, or when the connection has ended before that.
     virtual void sendInTurn(const QString& text, Task onTaken) {
         send(text);
-        onTaken();
+        const Task taken = std::move(onTaken);
+        taken();
     }
 
     /// Asks for the next message. `receiver` is called at most once (exactly once, unless the task is destroyed), on a

@@ -37,16 +37,20 @@ ListView {
         return null;
     }
 
+    function nameOf(item) {
+        return item.name || "";
+    }
+
     function noteFocus(first, last) {
         const focused = Window.activeFocusItem;
         const row = rowOf(focused);
         if (!row || row.index < first || row.index > last)
             return;
-        const next = itemAtIndex(last + 1) || itemAtIndex(first - 1);
+        const next = (itemAtIndex(last + 1) || itemAtIndex(first - 1)) as AskRow;
         if (!next)
             return;
         nextAskId = next.askId;
-        focusedName = focused.name || "";
+        focusedName = nameOf(focused);
         Qt.callLater(passFocusOn);
     }
 

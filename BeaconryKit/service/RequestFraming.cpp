@@ -136,10 +136,9 @@ std::optional<RequestFraming::Head> RequestFraming::parseHead(QByteArrayView hea
         const QByteArrayView name = line.first(colon);
         if (name.compare("content-length", Qt::CaseInsensitive) == 0)
             result.contentLength = std::max<qint64>(0, decimal(trimBlanks(line.sliced(colon + 1))).value_or(0));
-        else if (name.compare("origin", Qt::CaseInsensitive) == 0)
-            result.isFromWebPage = true;
-        else if (readsStatus && name.compare("host", Qt::CaseInsensitive) == 0 &&
-                 isDottedName(trimBlanks(line.sliced(colon + 1))))
+        else if (name.compare("origin", Qt::CaseInsensitive) == 0 ||
+                 (readsStatus && name.compare("host", Qt::CaseInsensitive) == 0 &&
+                  isDottedName(trimBlanks(line.sliced(colon + 1)))))
             result.isFromWebPage = true;
     });
     return isRequest ? std::optional(std::move(result)) : std::nullopt;

@@ -12,7 +12,7 @@ namespace {
 
 /// Where a plain `tmux` finds its server: that of the terminal which we run in, else the user's "default".
 QString defaultSocketPath() {
-    const QString own = qEnvironmentVariable("TMUX").section(u',', 0, 0);
+    QString own = qEnvironmentVariable("TMUX").section(u',', 0, 0);
     if (!own.isEmpty())
         return own;
     const QString folder = qEnvironmentVariable("TMUX_TMPDIR");

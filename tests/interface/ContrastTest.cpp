@@ -30,7 +30,9 @@ double luminance(const QColor& color) {
 }
 
 double contrast(const QColor& one, const QColor& other) {
-    const auto [darker, lighter] = std::minmax(luminance(one), luminance(other));
+    const double first = luminance(one);
+    const double second = luminance(other);
+    const auto [darker, lighter] = std::minmax(first, second);
     return (lighter + 0.05) / (darker + 0.05);
 }
 

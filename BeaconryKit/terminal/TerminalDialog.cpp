@@ -248,7 +248,18 @@ void findFieldOfClaude(TerminalDialog& dialog, const Lines& lines, const Menu& m
     }
 }
 
-std::optional<TerminalDialog> dialogOfClaude(const Lines& lines) {
+/// The title without the count at its right edge ("2 of 3"), which changes while the dialog stands: others come and go.
+QStringView withoutCount(QStringView title) {
+    const qsizetype gap = title.lastIndexOf(u"  ");
+    const auto isNumber = [](QStringView text) {
+        return !text.isEmpty() && std::ranges::all_of(text, [](QChar unit) { return unit.isDigit(); });
+    };
+    const QList<QStringView> count = gap < 0 ? QList<QStringView>() : title.sliced(gap + 2).split(u" of ");
+    return count.size() == 2 && isNumber(count[0]) && isNumber(count[1]) ? title.first(gap) : title;
+}
+
+std::optional<TerminalDialog> dialogOfClaude(const Lines& screen) {
+    Lines lines = screen;
     static const Drawing drawing{
         .mark = QChar(0x276f),
         .hasInnerRule = true,
@@ -268,6 +279,7 @@ std::optional<TerminalDialog> dialogOfClaude(const Lines& lines) {
     }
     if (start < 0)
         return std::nullopt;
+    lines[start + 1] = withoutCount(lines[start + 1]);
     TerminalDialog dialog = dialogOf(lines, start, *menu);
     if (dialog.keys == TerminalDialog::Keys::pick)
         findFieldOfClaude(dialog, lines, *menu);

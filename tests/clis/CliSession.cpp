@@ -5,6 +5,8 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 
+#include <csignal>
+
 namespace pelorin {
 
 namespace {
@@ -35,8 +37,16 @@ Program programOf(const QString& name, const QString& models) {
 CliTest::CliTest() = default;
 
 CliTest::~CliTest() {
-    for (const QString& socket : m_sockets)
-        tmux.run({"-S", socket, "kill-server"});
+    // A CLI may outlive its terminal.
+    m_sockets.append(QString());
+    for (const QString& socket : m_sockets) {
+        const QString panes = tmux.run(tmuxArguments(socket, {"list-panes", "-a", "-F", "#{pane_pid}"}));
+        for (const QString& line : panes.split(u'\n', Qt::SkipEmptyParts)) {
+            if (const int leader = line.toInt(); leader > 1)
+                kill(-leader, SIGKILL);
+        }
+        tmux.run(tmuxArguments(socket, {"kill-server"}));
+    }
 }
 
 void CliTest::SetUp() {

@@ -243,5 +243,24 @@ TEST(TerminalDialog, AnyTextIsRead) {
     SUCCEED();
 }
 
+// Another request that comes or goes changes the count in the title.
+TEST(TerminalDialog, IsTheSameWhateverElseWaits) {
+    const QString screen = capturedScreen("screens/parallel-readout2-2.txt");
+    ASSERT_TRUE(screen.contains("  2 of 2\n"));
+    const auto dialog = find("claude", screen);
+    ASSERT_TRUE(dialog);
+    EXPECT_EQ(dialog->head.front(), "Read file");
+    for (const QString& count : {QString("  1 of 3\n"), QString("  11 of 12\n"), QString("\n")}) {
+        const auto other = find("claude", QString(screen).replace("  2 of 2\n", count));
+        ASSERT_TRUE(other) << count.toStdString();
+        EXPECT_TRUE(dialog->isSameAs(*other)) << count.toStdString();
+    }
+    for (const QString& title : {QString("  2 of x\n"), QString("  2 of\n"), QString(" of 2\n")}) {
+        const auto other = find("claude", QString(screen).replace("  2 of 2\n", title));
+        ASSERT_TRUE(other) << title.toStdString();
+        EXPECT_FALSE(dialog->isSameAs(*other)) << title.toStdString();
+    }
+}
+
 } // namespace
 } // namespace pelorin

@@ -145,13 +145,13 @@ std::unique_ptr<TestProcess> startAlone(const Desktop& desktop, const QTemporary
                                         const std::vector<std::string>& arguments = {}) {
     std::vector<std::string> command{PELORIN_BINARY_DIR "/pelorin"};
     command.insert(command.end(), arguments.begin(), arguments.end());
-    return TestProcess::start(
-        {.command = command,
-         .environment = {"LANG=C.UTF-8", "PATH=/usr/bin:/bin", "DISPLAY=" + desktop.display(),
-                         "HOME=" + home.path().toStdString(), "XDG_RUNTIME_DIR=" + home.path().toStdString(),
-                         "BEACONRY_PORT=" + std::to_string(port), "all_proxy=http://127.0.0.1:9",
-                         "PELORIN_HOOK_SETUP=" PELORIN_BINARY_DIR "/pelorin-hook-setup"},
-         .workingDirectory = "/"});
+    std::vector<std::string> environment = sanitizerOptions();
+    environment.insert(environment.end(),
+                       {"LANG=C.UTF-8", "PATH=/usr/bin:/bin", "DISPLAY=" + desktop.display(),
+                        "HOME=" + home.path().toStdString(), "XDG_RUNTIME_DIR=" + home.path().toStdString(),
+                        "BEACONRY_PORT=" + std::to_string(port), "all_proxy=http://127.0.0.1:9",
+                        "PELORIN_HOOK_SETUP=" PELORIN_BINARY_DIR "/pelorin-hook-setup"});
+    return TestProcess::start({.command = command, .environment = environment, .workingDirectory = "/"});
 }
 
 class AlertOnADesktop : public ::testing::TestWithParam<const char*> {};

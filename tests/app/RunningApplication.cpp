@@ -57,6 +57,15 @@ RunningApplication::RunningApplication(const QJsonObject& settings, Screen scree
     EXPECT_FALSE(request("/status").empty()) << "The application does not answer.";
 }
 
+std::vector<std::string> sanitizerOptions() {
+    std::vector<std::string> options;
+    for (const char* name : {"ASAN_OPTIONS", "LSAN_OPTIONS", "UBSAN_OPTIONS"}) {
+        if (const char* value = std::getenv(name))
+            options.push_back(std::string(name) + "=" + value);
+    }
+    return options;
+}
+
 std::vector<std::string> RunningApplication::environment() const {
     std::vector<std::string> variables{
         // The toolkit complains about a locale without UTF-8.
@@ -70,11 +79,8 @@ std::vector<std::string> RunningApplication::environment() const {
         variables.emplace_back("QT_QPA_PLATFORM=offscreen");
     if (m_screen == Screen::x11)
         variables.push_back("DISPLAY=" + m_display);
-    // Sanitizers read their options from here.
-    for (const char* name : {"ASAN_OPTIONS", "LSAN_OPTIONS", "UBSAN_OPTIONS"}) {
-        if (const char* value = std::getenv(name))
-            variables.push_back(std::string(name) + "=" + value);
-    }
+    const std::vector<std::string> options = sanitizerOptions();
+    variables.insert(variables.end(), options.begin(), options.end());
     return variables;
 }
 

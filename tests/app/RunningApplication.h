@@ -64,6 +64,10 @@ std::string capturedPayload(const char* name);
 extern const std::string allowedByHook;
 extern const std::string deniedByHook;
 
+/// The variables, as NAME=value, in which sanitizers look for their options. A program that is given an environment of
+/// its own needs them.
+std::vector<std::string> sanitizerOptions();
+
 /// Runs a program to its end.
 struct FinishedProgram {
     ChildExit exit;

@@ -115,8 +115,8 @@ TEST_F(InstalledHooks, HandEveryCapturedPayloadToTheApplication) {
         if (isPermission) {
             EXPECT_EQ(ask->toolName, original.value("tool_name").toString());
             EXPECT_EQ(ask->actionSummary, AskEvent::summary(ask->toolName, original.value("tool_input").toObject()));
-            ASSERT_TRUE(connection->reply(R"({"decision":"deny"})"));
         }
+        ASSERT_TRUE(connection->reply(isPermission ? R"({"decision":"deny"})" : "ok"));
         expectQuietEnd(*hook, isPermission ? R"({"hookSpecificOutput":{"hookEventName":"PermissionRequest",)"
                                              R"("decision":{"behavior":"deny","message":"Denied in Pelorin."}}})"
                                            : "");

@@ -5,6 +5,8 @@
 #include "tests/support/Processes.h"
 #include "tests/support/TestProcess.h"
 
+#include "BeaconryKit/platform/DescriptorLoop.h"
+
 #include <gtest/gtest.h>
 
 #include <atomic>
@@ -18,6 +20,8 @@ TEST(ExitWatch, TellsOnceWhenAProcessOfItsStartTimeEnds) {
     const auto process = TestProcess::start({.command = {"/bin/sleep", "600"}});
     const auto facts = lookUpProcess(process->processId());
     ASSERT_TRUE(facts);
+    // The loop stays open once it has begun.
+    ASSERT_TRUE(descriptorLoop());
     const QStringList before = openDescriptors();
     std::atomic<int> told = 0;
     ASSERT_TRUE(watchForExit(process->processId(), facts->startTime, [&] { ++told; }));
@@ -30,6 +34,8 @@ TEST(ExitWatch, TellsOnceWhenAProcessOfItsStartTimeEnds) {
 TEST(ExitWatch, RefusesAProcessThatIsNotTheOneThatIsMeant) {
     const auto own = lookUpProcess(getpid());
     ASSERT_TRUE(own);
+    // The loop stays open once it has begun.
+    ASSERT_TRUE(descriptorLoop());
     const QStringList before = openDescriptors();
     const auto neverCalled = [] {
         ADD_FAILURE();

@@ -20,6 +20,9 @@ struct ReadSource::State : std::enable_shared_from_this<State> {
     bool isSuspended = false;
     // Neither is anything watched, nor is a run under way or waiting.
     bool isIdle = false;
+    bool isRunning = false;
+    // It was resumed during the run: another one follows.
+    bool isDueAgain = false;
     asio::posix::stream_descriptor stream;
     // The stream's, as long as that watches: a run that takes long must not keep it open.
     std::shared_ptr<const FileDescriptor> descriptor;
@@ -51,11 +54,17 @@ struct ReadSource::State : std::enable_shared_from_this<State> {
             isIdle = isSuspended;
             if (isCancelled || isSuspended)
                 return;
+            isRunning = true;
         }
         onReadable();
         const std::lock_guard lock(mutex);
+        isRunning = false;
         isIdle = isSuspended;
-        if (!isCancelled && !isSuspended)
+        if (isCancelled || isSuspended)
+            return;
+        if (std::exchange(isDueAgain, false))
+            run();
+        else
             watch();
     }
 
@@ -66,9 +75,12 @@ struct ReadSource::State : std::enable_shared_from_this<State> {
 
     void resume() {
         const std::lock_guard lock(mutex);
-        isSuspended = false;
-        if (std::exchange(isIdle, false) && !isCancelled)
+        if (!std::exchange(isSuspended, false) || isCancelled)
+            return;
+        if (std::exchange(isIdle, false))
             run();
+        else
+            isDueAgain = isRunning;
     }
 
     void cancel() {

@@ -162,12 +162,12 @@ TEST(ReadSource, RunsAtOnceWhenItGoesOn) {
     SharedPipe pipe;
     WorkerQueue queue("com.pelorin.test");
     std::counting_semaphore<> runs(0);
-    // Nothing is ever read, so that each run is followed by the next.
-    std::unique_ptr<ReadSource> source;
-    source = ReadSource::start(pipe.readEnd, queue, [&] {
-        source->suspend();
+    std::atomic<ReadSource*> started = nullptr;
+    auto source = ReadSource::start(pipe.readEnd, queue, [&] {
+        started.load()->suspend();
         runs.release();
     });
+    started = source.get();
     pipe.put();
     runs.acquire();
     pipe.take();

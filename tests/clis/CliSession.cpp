@@ -94,9 +94,14 @@ QString CliTest::startCli(const QString& name, Hooks hooks, const QStringList& a
 
 void CliTest::prompt(const QString& pane, const QJsonArray& steps, const QString& socket) {
     const QString text = "use " + QJsonDocument(steps).toJson(QJsonDocument::Compact);
-    tmux.run(tmuxArguments(socket, {"send-keys", "-t", pane, "-l", "--", text}));
+    // A CLI may say that it takes words before it does. Where it wraps them is its own affair.
+    bool isTyped = false;
+    for (int attempt = 0; attempt < 6 && !isTyped; ++attempt) {
+        tmux.run(tmuxArguments(socket, {"send-keys", "-t", pane, "-l", "--", text}));
+        isTyped = waitForScreen(pane, "[[[", socket, cliPatience / 6);
+    }
+    EXPECT_TRUE(isTyped) << screen(pane, socket).toStdString();
     // A Return that comes with the words could be a new line among them.
-    EXPECT_TRUE(eventually([&] { return screen(pane, socket).contains("use [["); }, cliPatience));
     std::this_thread::sleep_for(std::chrono::milliseconds(500));
     press(pane, "Enter", socket);
 }

@@ -206,7 +206,7 @@ void EventRouter::expire(const AskEvent& ask) {
     notice.receivedAt = ask.receivedAt;
     notice.agentType = ask.agentType;
     notice.source = ask.source;
-    notice.message = QStringLiteral("Answer in terminal — ") + ask.displayMessage();
+    notice.message = expiredMessageStart.toString() + ask.displayMessage();
     notice.notificationType = QStringLiteral("permission_prompt");
     if (m_details)
         m_details->keepExpiry(notice);

@@ -12,11 +12,15 @@
 #include "BeaconryKit/sessions/SessionRegistry.h"
 
 #include <QByteArray>
+#include <QStringView>
 
 #include <functional>
 #include <memory>
 
 namespace pelorin {
+
+/// How the message begins that takes the place of a request which has expired; what the request said follows.
+inline constexpr QStringView expiredMessageStart = u"Answer in terminal — ";
 
 /// Takes every hook call. Answers it by its path, at once or by parking the reply, and updates the store and the
 /// registry by the user's settings. Keeps no state of its own; all that it is given must outlive it. Runs on the main

@@ -1,6 +1,7 @@
 #include "BeaconryKit/terminal/DialogOwner.h"
 
 #include "BeaconryKit/model/PathText.h"
+#include "BeaconryKit/service/EventRouter.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -11,10 +12,6 @@
 namespace pelorin {
 
 namespace {
-
-constexpr QStringView expiredPrefix = u"Answer in terminal — ";
-constexpr QStringView callPrefixes[] = {u" wants to run: ", u" wants to fetch: "};
-constexpr QStringView pathPrefix = u" wants to change: ";
 
 /// What may stand before a command or an address, on its line.
 constexpr QStringView leads[] = {u"", u"$ ", u"url: ", u"query: "};
@@ -63,6 +60,17 @@ bool namesFile(const TerminalDialog& dialog, const QString& path) {
     return names(dialog, lastPathComponent(path));
 }
 
+/// What the hooks' notices say of a tool's use, between the CLI's name and what it is used on, and how a dialog shows
+/// that.
+struct Wish {
+    QStringView infix;
+    bool (*isShown)(const TerminalDialog& dialog, const QString& object);
+};
+constexpr Wish wishes[] = {
+    {u" wants to run: ", quotes},       {u" wants to fetch: ", quotes},   {u" wants to search: ", quotes},
+    {u" wants to change: ", namesFile}, {u" wants to read: ", namesFile}, {u" wants to use: ", names},
+};
+
 /// The texts of a tool's input, from its JSON text, which may be cut.
 QStringList textsOf(const QString& json) {
     static const QRegularExpression member(QStringLiteral(R"re("(?:[^"\\]|\\.)*":("(?:[^"\\]|\\.)*"))re"));
@@ -97,19 +105,17 @@ bool isOfCall(const TerminalDialog& dialog, const AskEvent& ask) {
 
 bool isOfNotice(const TerminalDialog& dialog, const QString& message) {
     // The notice of an expired request says what that asked for.
-    if (message.startsWith(expiredPrefix)) {
-        const QString call = message.sliced(expiredPrefix.size());
+    if (message.startsWith(expiredMessageStart)) {
+        const QString call = message.sliced(expiredMessageStart.size());
         AskEvent expired;
         expired.toolName = call.section(QStringLiteral(": "), 0, 0);
         expired.actionSummary = call.section(QStringLiteral(": "), 1);
         return isOfCall(dialog, expired);
     }
-    for (const QStringView prefix : callPrefixes) {
-        if (const qsizetype at = message.indexOf(prefix); at >= 0)
-            return quotes(dialog, message.sliced(at + prefix.size()));
+    for (const Wish& wish : wishes) {
+        if (const qsizetype at = message.indexOf(wish.infix); at >= 0)
+            return wish.isShown(dialog, message.sliced(at + wish.infix.size()));
     }
-    if (const qsizetype at = message.indexOf(pathPrefix); at >= 0)
-        return namesFile(dialog, message.sliced(at + pathPrefix.size()));
     // A question's own words end with its mark; several stand in a row.
     if (message.contains(u'?')) {
         const QStringList questions = message.split(QStringLiteral(" / "));
